@@ -1,0 +1,7 @@
+// The functions of the seam that can be told to fail. In the fault build the real ones are compiled under
+// the names on the right; lmkutils/os/fault/NAME.cpp defines those on the left, counts the calls, and either
+// fails or calls the real one. One line a function, sorted; names must be unique words of the seam.
+#ifndef LMKUTILS_OS_FAULT_RENAME_H
+#define LMKUTILS_OS_FAULT_RENAME_H
+
+#endif
