@@ -1,0 +1,22 @@
+// What differs by target and matters above the seam, as data: portable code branches on these facts, so that
+// both branches can be tested on either target.
+#ifndef LMKUTILS_OS_CAPABILITIES_H
+#define LMKUTILS_OS_CAPABILITIES_H
+
+namespace os {
+
+struct Capabilities {
+  unsigned pageSize;  // bytes
+  char separator;     // the one in paths that the system returns
+  bool absolutePathsHaveDrive;
+  bool shortPathsKnown;   // 8.3 aliases exist
+  bool traceViewerKnown;  // windows can be found and sent copy-data messages
+  bool consoleOnDemand;   // a process may run without standard streams and open a console
+};
+
+// The facts of this target; the same object at every call.
+const Capabilities& GetCapabilities() noexcept;
+
+}  // namespace os
+
+#endif

@@ -1,0 +1,17 @@
+#include "lmkutils/os/capabilities.h"
+
+#include <unistd.h>
+
+namespace os {
+
+const Capabilities& GetCapabilities() noexcept {
+  static const Capabilities capabilities{.pageSize = static_cast<unsigned>(sysconf(_SC_PAGESIZE)),
+                                         .separator = '/',
+                                         .absolutePathsHaveDrive = false,
+                                         .shortPathsKnown = false,
+                                         .traceViewerKnown = false,
+                                         .consoleOnDemand = false};
+  return capabilities;
+}
+
+}  // namespace os
