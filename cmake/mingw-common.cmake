@@ -9,10 +9,12 @@ set(CMAKE_RC_COMPILER  ${LMK_TRIPLE}-windres)
 set(CMAKE_AR     ${LMK_TRIPLE}-gcc-ar-posix     CACHE FILEPATH "")
 set(CMAKE_RANLIB ${LMK_TRIPLE}-gcc-ranlib-posix CACHE FILEPATH "")
 
-# Where scripts/ put the dependencies. Handed on to try_compile, which does not see the cache.
-if(NOT LMK_DEPS)
-  set(LMK_DEPS "$ENV{LMK_DEPS}")
-endif()
+# Where scripts/build-windows-deps.sh puts the dependencies. Handed on to try_compile, which does not see the cache.
+foreach(default "$ENV{LMK_DEPS}" "$ENV{XDG_CACHE_HOME}/lmkutils/deps" "$ENV{HOME}/.cache/lmkutils/deps")
+  if(NOT LMK_DEPS AND NOT default MATCHES "^/lmkutils/")
+    set(LMK_DEPS "${default}")
+  endif()
+endforeach()
 set(LMK_DEPS "${LMK_DEPS}" CACHE PATH "prefix that holds the folders <triple>/ of the dependencies")
 list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES LMK_DEPS)
 

@@ -1,7 +1,12 @@
 #!/bin/sh
-# Installs what is missing. Sourced by the other scripts; needs root only when something is missing.
+# Installs what is missing. Sourced by the other scripts, which set "here" to their folder; needs root only when
+# something is missing.
+# shellcheck disable=SC2034,SC2154
 #   lmk_ensure PACKAGE...       installs the missing ones, 1 when that fails
-#   lmk_ensure_wine32           sets LMK_WINE32=yes|no and LMK_WINE32_WHY; never fails the caller
+#   lmk_ensure_wine             sets LMK_WINE64 and LMK_WINE32 to yes or no, and LMK_WINE_WHY; never fails the caller
+#   lmk_main_suite              prints the options that make apt use the distribution's main suite alone
+# LMK_CACHE is where the scripts keep what outlives a source tree.
+LMK_CACHE="${XDG_CACHE_HOME:-$HOME/.cache}/lmkutils"
 LMK_APT_DIR="${LMK_APT_DIR:-/var/tmp/lmk-apt}"
 
 lmk_missing() {   # prints those of the arguments that are not installed
@@ -61,7 +66,8 @@ lmk_ensure() {
   want=$(lmk_missing "$@")
   [ -n "$want" ] || return 0
   if [ "$(id -u)" != 0 ]; then echo "missing packages, and not root: $want" >&2; return 1; fi
-  mkdir -p "$LMK_APT_DIR"; log="$LMK_APT_DIR/install.log"; : > "$log"
+  mkdir -p "$LMK_APT_DIR"; log="$LMK_APT_DIR/install.log"
+  echo "== $(date '+%F %T'): $want" >> "$log"
   # shellcheck disable=SC2086
   if [ -z "${LMK_FAIL_NORMAL:-}" ] && lmk_try_install "$log" "" $want; then return 0; fi
   echo "the machine's package sources cannot give: $want- trying the main suite alone" >&2
@@ -74,13 +80,19 @@ lmk_ensure() {
 }
 
 # Wine alone runs 64-bit programs and needs no foreign architecture, so the two are asked for one after the other.
+# wine32 where it can be installed; else a copy of it beside the system, which wine-session.sh finds by itself.
 lmk_ensure_wine() {
   LMK_WINE64=no LMK_WINE32=no LMK_WINE_WHY=""
   if ! lmk_ensure wine wine64; then LMK_WINE_WHY="wine cannot be installed"; return 0; fi
   LMK_WINE64=yes
-  if [ -n "$(lmk_missing wine32:i386)" ]; then
-    if [ "$(id -u)" = 0 ] && ! dpkg --print-foreign-architectures | grep -qx i386; then dpkg --add-architecture i386; fi
-    lmk_ensure wine32:i386 || { LMK_WINE_WHY="wine32:i386 cannot be installed from this machine's package sources"; return 0; }
+  if [ -z "$(lmk_missing wine32:i386)" ]; then LMK_WINE32=yes; return 0; fi
+  if [ -f "$LMK_CACHE/wine32/.stamp" ] && "$here/wine32-tree.sh" build; then LMK_WINE32=yes; return 0; fi
+  added=no
+  if [ "$(id -u)" = 0 ] && ! dpkg --print-foreign-architectures | grep -qx i386; then
+    dpkg --add-architecture i386; added=yes
   fi
-  LMK_WINE32=yes
+  if lmk_ensure wine32:i386; then LMK_WINE32=yes; return 0; fi
+  if [ "$added" = yes ]; then dpkg --remove-architecture i386 || true; fi
+  if "$here/wine32-tree.sh" build; then LMK_WINE32=yes; return 0; fi
+  LMK_WINE_WHY="wine32 can neither be installed nor fetched (logs: $LMK_APT_DIR/install.log, $LMK_CACHE/wine32.log)"
 }
