@@ -7,10 +7,14 @@
 #include "lmkutils/memory/common_allocator.h"
 #include "lmkutils/memory/ref_counted.h"
 #include "lmkutils/memory/smart_ptr.h"
+#include "lmkutils/platform/environment.h"
 #include "lmkutils/text/encoding.h"
 #include "lmkutils/text/hash.h"
 #include "lmkutils/text/hash_map.h"
 #include "lmkutils/text/hash_sizing.h"
 #include "lmkutils/text/symbol.h"
+#include "lmkutils/time/clock.h"
+#include "lmkutils/time/time_val.h"
+#include "lmkutils/time/timer.h"
 
 #endif

@@ -12,6 +12,7 @@ struct Capabilities {
   bool shortPathsKnown;   // 8.3 aliases exist
   bool traceViewerKnown;  // windows can be found and sent copy-data messages
   bool consoleOnDemand;   // a process may run without standard streams and open a console
+  bool environmentIsWide;  // names and values of the environment are wide text
 };
 
 // The facts of this target; the same object at every call.

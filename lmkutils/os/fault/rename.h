@@ -4,4 +4,8 @@
 #ifndef LMKUTILS_OS_FAULT_RENAME_H
 #define LMKUTILS_OS_FAULT_RENAME_H
 
+#define CounterFrequency RealCounterFrequency
+#define ReadCounter RealReadCounter
+#define WallSeconds RealWallSeconds
+
 #endif

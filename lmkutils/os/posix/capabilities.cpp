@@ -10,7 +10,8 @@ const Capabilities& GetCapabilities() noexcept {
                                          .absolutePathsHaveDrive = false,
                                          .shortPathsKnown = false,
                                          .traceViewerKnown = false,
-                                         .consoleOnDemand = false};
+                                         .consoleOnDemand = false,
+                                         .environmentIsWide = false};
   return capabilities;
 }
 

@@ -19,7 +19,8 @@ const Capabilities& GetCapabilities() noexcept {
                                          .absolutePathsHaveDrive = true,
                                          .shortPathsKnown = true,
                                          .traceViewerKnown = true,
-                                         .consoleOnDemand = true};
+                                         .consoleOnDemand = true,
+                                         .environmentIsWide = true};
   return capabilities;
 }
 
