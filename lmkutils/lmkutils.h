@@ -3,11 +3,15 @@
 #define LMKUTILS_LMKUTILS_H
 
 #include "lmkutils/export.h"
+#include "lmkutils/files/file_spec.h"
 #include "lmkutils/memory/common_allocated.h"
 #include "lmkutils/memory/common_allocator.h"
 #include "lmkutils/memory/ref_counted.h"
 #include "lmkutils/memory/smart_ptr.h"
 #include "lmkutils/platform/environment.h"
+#include "lmkutils/platform/lm_info.h"
+#include "lmkutils/platform/lm_sys_info.h"
+#include "lmkutils/platform/process.h"
 #include "lmkutils/text/encoding.h"
 #include "lmkutils/text/hash.h"
 #include "lmkutils/text/hash_map.h"

@@ -5,6 +5,8 @@
 #define LMKUTILS_OS_FAULT_RENAME_H
 
 #define CounterFrequency RealCounterFrequency
+#define CurrentDirectory RealCurrentDirectory
+#define GetCapabilities RealGetCapabilities
 #define ReadCounter RealReadCounter
 #define WallSeconds RealWallSeconds
 

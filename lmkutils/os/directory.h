@@ -1,0 +1,20 @@
+// Directories. Paths are UTF-8 in the system's own form; what reads better for callers is made of them above.
+#ifndef LMKUTILS_OS_DIRECTORY_H
+#define LMKUTILS_OS_DIRECTORY_H
+
+#include <cstdint>
+#include <string>
+
+namespace os {
+
+// The current directory of the process, absolute, without a trailing separator unless it is a root. 0, or a
+// system error number and `out` empty (it was removed, a part of it cannot be read, no memory).
+[[nodiscard]] std::uint32_t CurrentDirectory(std::string& out) noexcept;
+
+// Whether `path` is a directory, or a link to one. False for what cannot be asked: no such entry, no
+// permission, a path that is not UTF-8 on Windows, a NUL inside.
+bool IsDirectory(const std::string& path) noexcept;
+
+}  // namespace os
+
+#endif

@@ -1,0 +1,32 @@
+// For tests: another current directory, or one that cannot be read.
+#ifndef LMKUTILS_OS_FAULT_DIRECTORY_H
+#define LMKUTILS_OS_FAULT_DIRECTORY_H
+
+#include <cstdint>
+#include <string>
+
+namespace os::fault {
+
+// While it lives, CurrentDirectory gives `path`, or fails with `error` when that is not 0. One at a time,
+// while no other thread asks.
+class PretendCurrentDirectory {
+ public:
+  explicit PretendCurrentDirectory(std::string path, std::uint32_t error = 0);
+  PretendCurrentDirectory(const PretendCurrentDirectory&) = delete;
+  PretendCurrentDirectory& operator=(const PretendCurrentDirectory&) = delete;
+  ~PretendCurrentDirectory();
+
+  // How often it was asked for.
+  unsigned Asked() const noexcept { return asked_; }
+
+ private:
+  friend std::uint32_t AnswerCurrentDirectory(std::string& out);
+
+  std::string path_;
+  std::uint32_t error_;
+  unsigned asked_ = 0;
+};
+
+}  // namespace os::fault
+
+#endif

@@ -1,0 +1,43 @@
+#include "lmkutils/os/directory.h"
+
+#include <cerrno>
+#include <climits>
+#include <exception>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace os {
+
+std::uint32_t CurrentDirectory(std::string& out) noexcept {
+  out.clear();
+  try {
+    // Most paths fit; deeper ones are legal although no single system call takes them.
+    for (std::size_t size = PATH_MAX;; size *= 2) {
+      out.resize(size);
+      if (getcwd(out.data(), out.size())) break;
+      if (errno != ERANGE) {
+        const auto error = static_cast<std::uint32_t>(errno);
+        out.clear();
+        return error;
+      }
+    }
+    out.resize(out.find('\0'));
+    // The kernel's way to say that the directory lies outside this process's root: not a path.
+    if (out.empty() || out[0] != '/') {
+      out.clear();
+      return ENOENT;
+    }
+    return 0;
+  } catch (const std::exception&) {
+    out.clear();
+    return ENOMEM;
+  }
+}
+
+bool IsDirectory(const std::string& path) noexcept {
+  struct stat status;
+  return path.find('\0') == std::string::npos && stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+}  // namespace os
