@@ -1,0 +1,8 @@
+#include <lmkutils/lmkutils.h>
+
+#include <iostream>
+
+int main() {
+  std::cout << "ELF hash of \"first\": " << du::hash<const char*>()("first") << '\n';
+  return 0;
+}
