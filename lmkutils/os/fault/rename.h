@@ -7,6 +7,8 @@
 #define CounterFrequency RealCounterFrequency
 #define CurrentDirectory RealCurrentDirectory
 #define GetCapabilities RealGetCapabilities
+#define HeapAllocate RealHeapAllocate
+#define HeapReallocate RealHeapReallocate
 #define ReadCounter RealReadCounter
 #define WallSeconds RealWallSeconds
 

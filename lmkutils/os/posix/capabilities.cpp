@@ -11,7 +11,8 @@ const Capabilities& GetCapabilities() noexcept {
                                          .shortPathsKnown = false,
                                          .traceViewerKnown = false,
                                          .consoleOnDemand = false,
-                                         .environmentIsWide = false};
+                                         .environmentIsWide = false,
+                                         .exitKillsThreads = false};
   return capabilities;
 }
 

@@ -20,7 +20,8 @@ const Capabilities& GetCapabilities() noexcept {
                                          .shortPathsKnown = true,
                                          .traceViewerKnown = true,
                                          .consoleOnDemand = true,
-                                         .environmentIsWide = true};
+                                         .environmentIsWide = true,
+                                         .exitKillsThreads = true};
   return capabilities;
 }
 

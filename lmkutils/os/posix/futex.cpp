@@ -1,0 +1,45 @@
+#include "lmkutils/os/posix/futex.h"
+
+#include <cerrno>
+#include <climits>
+
+#include <linux/futex.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace os {
+
+static_assert(sizeof(std::atomic<std::uint32_t>) == 4 && std::atomic<std::uint32_t>::is_always_lock_free,
+              "the kernel reads and the program writes the same word");
+
+// The bit-set form takes its time-out as an instant, so that an interrupted wait need not be shortened.
+FutexResult FutexWait(const std::atomic<std::uint32_t>& word, std::uint32_t expected,
+                      const timespec* deadline) noexcept {
+  const int saved = errno;
+  const long result = syscall(SYS_futex, &word, FUTEX_WAIT_BITSET_PRIVATE, expected, deadline, nullptr,
+                              FUTEX_BITSET_MATCH_ANY);
+  const int error = result == 0 ? 0 : errno;
+  errno = saved;
+  if (error == 0 || error == EAGAIN || error == EINTR) return FutexResult::kWoken;
+  return error == ETIMEDOUT ? FutexResult::kTimedOut : FutexResult::kFailed;
+}
+
+void FutexWake(const std::atomic<std::uint32_t>& word, std::uint32_t count) noexcept {
+  const int saved = errno;
+  syscall(SYS_futex, &word, FUTEX_WAKE_PRIVATE, count > INT_MAX ? INT_MAX : count, nullptr, nullptr, 0);
+  errno = saved;
+}
+
+timespec DeadlineIn(std::uint32_t milliseconds) noexcept {
+  timespec time;
+  clock_gettime(CLOCK_MONOTONIC, &time);
+  time.tv_sec += milliseconds / 1000;
+  time.tv_nsec += static_cast<long>(milliseconds % 1000) * 1'000'000;
+  if (time.tv_nsec >= 1'000'000'000) {
+    time.tv_nsec -= 1'000'000'000;
+    ++time.tv_sec;
+  }
+  return time;
+}
+
+}  // namespace os

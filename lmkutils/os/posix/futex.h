@@ -1,0 +1,33 @@
+// Sleeping on a 32-bit word until it changes. For the sources of this folder only.
+#ifndef LMKUTILS_OS_POSIX_FUTEX_H
+#define LMKUTILS_OS_POSIX_FUTEX_H
+
+#include <atomic>
+#include <cstdint>
+#include <ctime>
+
+namespace os {
+
+enum class FutexResult { kWoken, kTimedOut, kFailed };
+
+// Sleeps while `word` is `expected`, until woken or until `deadline` of the steady clock (null: no limit).
+// May return kWoken without cause: the caller looks at the word again. Leaves errno alone.
+FutexResult FutexWait(const std::atomic<std::uint32_t>& word, std::uint32_t expected,
+                      const timespec* deadline = nullptr) noexcept;
+
+// Wakes up to `count` threads. The word may be gone already.
+void FutexWake(const std::atomic<std::uint32_t>& word, std::uint32_t count) noexcept;
+
+// The steady clock's time that many milliseconds from now.
+timespec DeadlineIn(std::uint32_t milliseconds) noexcept;
+
+// Tells the processor that this thread is polling.
+inline void PauseProcessor() noexcept {
+#if defined(__x86_64__) || defined(__i386__)
+  __builtin_ia32_pause();
+#endif
+}
+
+}  // namespace os
+
+#endif
