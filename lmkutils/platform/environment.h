@@ -25,14 +25,16 @@ class LMK_API Environment {
 
   // The variable's value, or an empty string when it is not set. Characters of the value that the other
   // encoding cannot hold are read as U+FFFD; a name that is not valid text is not set.
-  // Throws std::invalid_argument "dp::Environment::Get() expects name to be non-empty." (null counts as empty).
+  // Throws std::invalid_argument "dp::Environment::Get() expects name to be non-empty." (null counts as
+  // empty).
   [[nodiscard]] static std::wstring Get(const std::wstring& name);
   [[nodiscard]] static std::string Get(const std::string& name);
   [[nodiscard]] static std::string Get(const char* name);
 
   // Sets the variable; an empty (or null) value removes it.
-  // Throws std::invalid_argument "dp::Environment::Put() expects name to be non-empty." (null counts as empty),
-  // std::runtime_error "dp::Environment::Put() failed to putenv()." when the system refuses, the name holds a
+  // Throws std::invalid_argument "dp::Environment::Put() expects name to be non-empty." (null counts as
+  // empty), std::runtime_error "dp::Environment::Put() failed to putenv()." when the system refuses, the name
+  // holds a
   // '=', or name or value are not valid text. A call that throws changes nothing.
   static void Put(const std::wstring& name, const std::wstring& value);
   static void Put(const std::string& name, const std::string& value);

@@ -23,25 +23,25 @@ std::atomic<std::int64_t> wallSeconds{0};
 
 }  // namespace
 
-void SetCounter(std::int64_t ticks) noexcept {
+void PretendClock::SetCounter(std::int64_t ticks) noexcept {
   counterTicks = ticks;
   counter = Face::kSet;
 }
 
-void SetWallSeconds(std::int64_t seconds) noexcept {
+void PretendClock::SetWallSeconds(std::int64_t seconds) noexcept {
   wallSeconds = seconds;
   wall = Face::kSet;
 }
 
-void FailCounter() noexcept {
+void PretendClock::FailCounter() noexcept {
   counter = Face::kFails;
 }
 
-void FailCounterFrequency() noexcept {
+void PretendClock::FailCounterFrequency() noexcept {
   frequency = Face::kFails;
 }
 
-void ReleaseClocks() noexcept {
+PretendClock::~PretendClock() {
   counter = frequency = wall = Face::kReal;
 }
 

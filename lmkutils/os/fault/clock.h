@@ -1,4 +1,4 @@
-// What tests tell the clocks. The settings hold until the next call, in the whole process.
+// For tests: clocks that stand where the test puts them, or fail.
 #ifndef LMKUTILS_OS_FAULT_CLOCK_H
 #define LMKUTILS_OS_FAULT_CLOCK_H
 
@@ -6,15 +6,22 @@
 
 namespace os::fault {
 
-// The counter stands still at `ticks` of a counter of CounterFrequency().
-void SetCounter(std::int64_t ticks) noexcept;
-// The wall clock stands still.
-void SetWallSeconds(std::int64_t seconds) noexcept;
-// The system refuses to read the counter, or to tell its frequency.
-void FailCounter() noexcept;
-void FailCounterFrequency() noexcept;
-// All clocks are the system's again.
-void ReleaseClocks() noexcept;
+// While it lives, the clocks that were set or told to fail do so; the others are the system's. One at a time;
+// any thread may read the clocks meanwhile.
+class PretendClock {
+ public:
+  PretendClock() = default;
+  PretendClock(const PretendClock&) = delete;
+  PretendClock& operator=(const PretendClock&) = delete;
+  ~PretendClock();
+
+  // The counter stands still at `ticks`, of CounterFrequency() a second.
+  void SetCounter(std::int64_t ticks) noexcept;
+  // The wall clock stands still.
+  void SetWallSeconds(std::int64_t seconds) noexcept;
+  void FailCounter() noexcept;
+  void FailCounterFrequency() noexcept;
+};
 
 }  // namespace os::fault
 

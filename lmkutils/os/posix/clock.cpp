@@ -1,9 +1,9 @@
 #include "lmkutils/os/clock.h"
 
+#include <cstdint>
+
 #include <errno.h>
 #include <time.h>
-
-#include <cstdint>
 
 #include "lmkutils/os/posix/environment_lock.h"
 

@@ -1,9 +1,9 @@
 #include "lmkutils/os/environment.h"
 
+#include <cstring>
+
 #include <pthread.h>
 #include <stdlib.h>
-
-#include <cstring>
 
 #include "lmkutils/os/posix/environment_lock.h"
 

@@ -1,12 +1,12 @@
 #include "lmkutils/os/clock.h"
 
-#include <time.h>
-#include <wchar.h>
-#include <windows.h>
-
 #include <algorithm>
 #include <cstring>
 #include <string>
+
+#include <time.h>
+#include <wchar.h>
+#include <windows.h>
 
 #include "lmkutils/os/win32/wide.h"
 

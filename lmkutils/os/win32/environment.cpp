@@ -1,9 +1,9 @@
 #include "lmkutils/os/environment.h"
 
+#include <cstring>
+
 #include <stdlib.h>
 #include <wchar.h>
-
-#include <cstring>
 
 namespace os {
 
@@ -23,7 +23,7 @@ std::size_t ReadVariable(const char* name, char* buffer, std::size_t size) noexc
 
 // '=' is refused here: the run-time would take what follows it for the value.
 bool WriteVariable(const wchar_t* name, const wchar_t* value) noexcept {
-  return *name != L'\0' && std::wcschr(name, L'=') == nullptr && _wputenv_s(name, value) == 0;
+  return *name != L'\0' && wcschr(name, L'=') == nullptr && _wputenv_s(name, value) == 0;
 }
 
 bool WriteVariable(const char* name, const char* value) noexcept {
