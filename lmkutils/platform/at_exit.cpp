@@ -1,18 +1,13 @@
 #include "lmkutils/platform/at_exit.h"
 
 #include <algorithm>
-#include <memory>
 #include <new>
 
 #include "lmkutils/os/memory.h"
+#include "lmkutils/platform/internal/take_back.h"
 
 namespace dp {
 namespace {
-
-struct HeapDeleter {
-  void operator()(AtExitRecord* record) const noexcept { os::HeapFree(record); }
-};
-using OwnedRecord = std::unique_ptr<AtExitRecord, HeapDeleter>;
 
 // Room for one element more than the tracker counts.
 void Grow(TrackerStackImpl& tracker) {
@@ -57,15 +52,22 @@ void CancelAtExitCall(TrackerStackImpl& tracker, AtExitFunction function) noexce
 }
 
 void PopBack(TrackerStackImpl& tracker) {
-  if (tracker.count == 0) return;
-  const OwnedRecord record(tracker.records[--tracker.count]);
-  Shrink(tracker);
-  if (record->function != nullptr) record->function();
+  const std::optional<AtExitFunction> function = internal::TakeBack(tracker);
+  if (function && *function != nullptr) (*function)();
 }
 
 void Clear(TrackerStackImpl& tracker) noexcept {
   while (tracker.count != 0) os::HeapFree(tracker.records[--tracker.count]);
   Shrink(tracker);
+}
+
+std::optional<AtExitFunction> internal::TakeBack(TrackerStackImpl& tracker) noexcept {
+  if (tracker.count == 0) return std::nullopt;
+  AtExitRecord* const record = tracker.records[--tracker.count];
+  const AtExitFunction function = record->function;
+  os::HeapFree(record);
+  Shrink(tracker);
+  return function;
 }
 
 }  // namespace dp

@@ -9,7 +9,13 @@
 #define GetCapabilities RealGetCapabilities
 #define HeapAllocate RealHeapAllocate
 #define HeapReallocate RealHeapReallocate
+#define MutexAcquire RealMutexAcquire
+#define MutexRelease RealMutexRelease
+#define MutexTryAcquire RealMutexTryAcquire
 #define ReadCounter RealReadCounter
+#define SemaphoreSignal RealSemaphoreSignal
+#define SemaphoreWait RealSemaphoreWait
+#define ThreadStart RealThreadStart
 #define WallSeconds RealWallSeconds
 
 #endif

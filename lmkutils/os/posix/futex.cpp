@@ -1,5 +1,6 @@
 #include "lmkutils/os/posix/futex.h"
 
+#include <bit>
 #include <cerrno>
 #include <climits>
 
@@ -9,14 +10,13 @@
 
 namespace os {
 
-static_assert(sizeof(std::atomic<std::uint32_t>) == 4 && std::atomic<std::uint32_t>::is_always_lock_free,
-              "the kernel reads and the program writes the same word");
+static_assert(std::endian::native == std::endian::little,
+              "the lower half of a word is where its address points");
 
 // The bit-set form takes its time-out as an instant, so that an interrupted wait need not be shortened.
-FutexResult FutexWait(const std::atomic<std::uint32_t>& word, std::uint32_t expected,
-                      const timespec* deadline) noexcept {
+FutexResult FutexWait(const void* word, std::uint32_t expected, const timespec* deadline) noexcept {
   const int saved = errno;
-  const long result = syscall(SYS_futex, &word, FUTEX_WAIT_BITSET_PRIVATE, expected, deadline, nullptr,
+  const long result = syscall(SYS_futex, word, FUTEX_WAIT_BITSET_PRIVATE, expected, deadline, nullptr,
                               FUTEX_BITSET_MATCH_ANY);
   const int error = result == 0 ? 0 : errno;
   errno = saved;
@@ -24,9 +24,9 @@ FutexResult FutexWait(const std::atomic<std::uint32_t>& word, std::uint32_t expe
   return error == ETIMEDOUT ? FutexResult::kTimedOut : FutexResult::kFailed;
 }
 
-void FutexWake(const std::atomic<std::uint32_t>& word, std::uint32_t count) noexcept {
+void FutexWake(const void* word, std::uint32_t count) noexcept {
   const int saved = errno;
-  syscall(SYS_futex, &word, FUTEX_WAKE_PRIVATE, count > INT_MAX ? INT_MAX : count, nullptr, nullptr, 0);
+  syscall(SYS_futex, word, FUTEX_WAKE_PRIVATE, count > INT_MAX ? INT_MAX : count, nullptr, nullptr, 0);
   errno = saved;
 }
 

@@ -41,7 +41,7 @@ bool Take(Lock& lock, std::uint32_t as) noexcept {
     if (Take(lock, Lock::kHeld)) return;
   }
   while (lock.state.exchange(Lock::kHeldAndAwaited, std::memory_order_acquire) != Lock::kFree) {
-    FutexWait(lock.state, Lock::kHeldAndAwaited);
+    FutexWait(&lock.state, Lock::kHeldAndAwaited);
   }
 }
 
@@ -90,7 +90,7 @@ void LockRelease(Lock* lock) noexcept {
   }
   lock->owner.store(0, std::memory_order_relaxed);
   if (lock->state.exchange(Lock::kFree, std::memory_order_release) == Lock::kHeldAndAwaited) {
-    FutexWake(lock->state, 1);
+    FutexWake(&lock->state, 1);
   }
 }
 

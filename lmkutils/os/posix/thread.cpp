@@ -69,7 +69,7 @@ void* RunThread(void* argument) noexcept {
   }
   // The record lives on: whoever closes it joins this thread first.
   thread->ended.store(1, std::memory_order_release);
-  FutexWake(thread->ended, ~std::uint32_t{0});
+  FutexWake(&thread->ended, ~std::uint32_t{0});
   return nullptr;
 }
 
@@ -116,7 +116,7 @@ bool ThreadWait(Thread* thread, std::uint32_t milliseconds) noexcept {
   if (milliseconds == 0) return false;
   const timespec deadline = DeadlineIn(milliseconds);
   while (thread->ended.load(std::memory_order_acquire) == 0) {
-    const FutexResult result = FutexWait(thread->ended, 0, milliseconds == kInfinite ? nullptr : &deadline);
+    const FutexResult result = FutexWait(&thread->ended, 0, milliseconds == kInfinite ? nullptr : &deadline);
     if (result == FutexResult::kTimedOut) return thread->ended.load(std::memory_order_acquire) != 0;
   }
   return true;
