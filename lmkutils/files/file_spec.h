@@ -29,9 +29,9 @@ namespace du {
 // says so); names are compared byte for byte on every target. Malformed text always yields some value; a NUL
 // byte is kept like any other.
 //
-// Building a parsed path back and parsing that again gives an equal value, with one exception that lies in
-// the split at the last '.': a name that ends in '.' is built back without that '.' ("a." is base name "a"
-// with an empty extension).
+// Building a parsed path back and parsing that again gives an equal value, except that a file name loses a
+// '.' at its end ("a." is base name "a" with an empty extension) and that a server without a share gains the
+// separator.
 //
 // Every operation that stores text may throw std::bad_alloc. Assigning to an object that is used again and
 // again costs no allocation once its strings have grown.
