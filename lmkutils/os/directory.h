@@ -2,14 +2,15 @@
 #ifndef LMKUTILS_OS_DIRECTORY_H
 #define LMKUTILS_OS_DIRECTORY_H
 
-#include <cstdint>
 #include <string>
+
+#include "lmkutils/os/system_error.h"
 
 namespace os {
 
 // The current directory of the process, absolute, without a trailing separator unless it is a root. 0, or a
 // system error number and `out` empty (it was removed, a part of it cannot be read, no memory).
-[[nodiscard]] std::uint32_t CurrentDirectory(std::string& out) noexcept;
+[[nodiscard]] SystemError CurrentDirectory(std::string& out) noexcept;
 
 // Whether `path` is a directory, or a link to one. False for what cannot be asked: no such entry, no
 // permission, a path that is not UTF-8 on Windows, a NUL inside.

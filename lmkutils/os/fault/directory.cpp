@@ -6,14 +6,14 @@
 
 namespace os {
 
-std::uint32_t RealCurrentDirectory(std::string& out) noexcept;
+SystemError RealCurrentDirectory(std::string& out) noexcept;
 
 namespace fault {
 namespace {
 constinit PretendCurrentDirectory* pretended = nullptr;
 }  // namespace
 
-PretendCurrentDirectory::PretendCurrentDirectory(std::string path, std::uint32_t error)
+PretendCurrentDirectory::PretendCurrentDirectory(std::string path, SystemError error)
     : path_(std::move(path)), error_(error) {
   pretended = this;
 }
@@ -22,7 +22,7 @@ PretendCurrentDirectory::~PretendCurrentDirectory() {
   pretended = nullptr;
 }
 
-std::uint32_t AnswerCurrentDirectory(std::string& out) {
+SystemError AnswerCurrentDirectory(std::string& out) {
   if (!pretended) return RealCurrentDirectory(out);
   ++pretended->asked_;
   out = pretended->error_ == 0 ? pretended->path_ : std::string();
@@ -31,7 +31,7 @@ std::uint32_t AnswerCurrentDirectory(std::string& out) {
 
 }  // namespace fault
 
-std::uint32_t CurrentDirectory(std::string& out) noexcept {
+SystemError CurrentDirectory(std::string& out) noexcept {
   return fault::AnswerCurrentDirectory(out);
 }
 

@@ -5,13 +5,15 @@
 #include <cstdint>
 #include <string>
 
+#include "lmkutils/os/system_error.h"
+
 namespace os::fault {
 
 // While it lives, CurrentDirectory gives `path`, or fails with `error` when that is not 0. One at a time,
 // while no other thread asks.
 class PretendCurrentDirectory {
  public:
-  explicit PretendCurrentDirectory(std::string path, std::uint32_t error = 0);
+  explicit PretendCurrentDirectory(std::string path, SystemError error = 0);
   PretendCurrentDirectory(const PretendCurrentDirectory&) = delete;
   PretendCurrentDirectory& operator=(const PretendCurrentDirectory&) = delete;
   ~PretendCurrentDirectory();
@@ -20,10 +22,10 @@ class PretendCurrentDirectory {
   unsigned Asked() const noexcept { return asked_; }
 
  private:
-  friend std::uint32_t AnswerCurrentDirectory(std::string& out);
+  friend SystemError AnswerCurrentDirectory(std::string& out);
 
   std::string path_;
-  std::uint32_t error_;
+  SystemError error_;
   unsigned asked_ = 0;
 };
 

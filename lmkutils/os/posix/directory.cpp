@@ -9,7 +9,7 @@
 
 namespace os {
 
-std::uint32_t CurrentDirectory(std::string& out) noexcept {
+SystemError CurrentDirectory(std::string& out) noexcept {
   out.clear();
   try {
     // Most paths fit; deeper ones are legal although no single system call takes them.
@@ -17,7 +17,7 @@ std::uint32_t CurrentDirectory(std::string& out) noexcept {
       out.resize(size);
       if (getcwd(out.data(), out.size())) break;
       if (errno != ERANGE) {
-        const auto error = static_cast<std::uint32_t>(errno);
+        const SystemError error = LastSystemError();
         out.clear();
         return error;
       }
@@ -26,12 +26,12 @@ std::uint32_t CurrentDirectory(std::string& out) noexcept {
     // The kernel's way to say that the directory lies outside this process's root: not a path.
     if (out.empty() || out[0] != '/') {
       out.clear();
-      return ENOENT;
+      return kErrorPathNotFound;
     }
     return 0;
   } catch (const std::exception&) {
     out.clear();
-    return ENOMEM;
+    return kErrorNotEnoughMemory;
   }
 }
 

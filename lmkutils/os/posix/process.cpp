@@ -1,6 +1,5 @@
 #include "lmkutils/os/process.h"
 
-#include <cerrno>
 #include <cinttypes>
 #include <cstdio>
 #include <cstdlib>
@@ -36,22 +35,22 @@ std::uint32_t ProcessId() noexcept {
 
 // Asked of the kernel, since the dynamic linker (dladdr) answers with the text by which a file was found: it
 // may be relative to a directory that is no longer the current one, and is argv[0] for the program.
-std::uint32_t ModulePath(std::string& out) noexcept {
+SystemError ModulePath(std::string& out) noexcept {
   out.clear();
   const FilePointer maps(std::fopen("/proc/self/maps", "re"), std::fclose);
-  if (!maps) return static_cast<std::uint32_t>(errno);
+  if (!maps) return LastSystemError();
   const auto here = reinterpret_cast<std::uintptr_t>(&ModulePath);
   char* buffer = nullptr;
   std::size_t size = 0;
   std::string_view path;
   while (path.empty() && getline(&buffer, &size, maps.get()) > 0) path = PathOfMapping(buffer, here);
   const LinePointer owner(buffer, std::free);
-  if (path.empty()) return ENOENT;
+  if (path.empty()) return kErrorFileNotFound;
   try {
     out = path;
     return 0;
   } catch (const std::exception&) {
-    return ENOMEM;
+    return kErrorNotEnoughMemory;
   }
 }
 

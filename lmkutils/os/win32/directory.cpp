@@ -8,7 +8,7 @@
 
 namespace os {
 
-std::uint32_t CurrentDirectory(std::string& out) noexcept {
+SystemError CurrentDirectory(std::string& out) noexcept {
   out.clear();
   try {
     std::wstring path(MAX_PATH, L'\0');
@@ -16,13 +16,13 @@ std::uint32_t CurrentDirectory(std::string& out) noexcept {
       // The length without the NUL when it fits, else the size that is needed with it. Asked again, since
       // another thread may have moved on meanwhile.
       const DWORD length = GetCurrentDirectoryW(static_cast<DWORD>(path.size()), path.data());
-      if (length == 0) return GetLastError();
+      if (length == 0) return LastSystemError();
       const bool fits = length < path.size();
       path.resize(length);
       if (fits) return win32::Narrow(path, out);
     }
   } catch (const std::exception&) {
-    return ERROR_NOT_ENOUGH_MEMORY;
+    return kErrorNotEnoughMemory;
   }
 }
 

@@ -1,5 +1,6 @@
 #include "lmkutils/os/win32/wide.h"
 
+#include <cstdint>
 #include <iterator>
 #include <new>
 #include <stdexcept>
@@ -33,28 +34,28 @@ std::uint32_t NextCodePoint(std::wstring_view& text) noexcept {
 
 }  // namespace
 
-std::uint32_t Widen(std::string_view text, std::wstring& out) noexcept {
+SystemError Widen(std::string_view text, std::wstring& out) noexcept {
   out.clear();
-  if (text.find('\0') != std::string_view::npos) return ERROR_INVALID_NAME;
+  if (text.find('\0') != std::string_view::npos) return kErrorInvalidName;
   if (utf8::find_invalid(text.begin(), text.end()) != text.end()) return ERROR_NO_UNICODE_TRANSLATION;
   try {
     out.reserve(text.size());
   } catch (const std::exception&) {  // bad_alloc or length_error
-    return ERROR_NOT_ENOUGH_MEMORY;
+    return kErrorNotEnoughMemory;
   }
   // Never more units than bytes, so nothing below allocates.
   utf8::unchecked::utf8to16(text.begin(), text.end(), std::back_inserter(out));
   return 0;
 }
 
-std::uint32_t Narrow(std::wstring_view text, std::string& out) noexcept {
+SystemError Narrow(std::wstring_view text, std::string& out) noexcept {
   out.clear();
   try {
     out.reserve(text.size());
     while (!text.empty()) utf8::unchecked::append(NextCodePoint(text), std::back_inserter(out));
   } catch (const std::exception&) {
     out.clear();
-    return ERROR_NOT_ENOUGH_MEMORY;
+    return kErrorNotEnoughMemory;
   }
   return 0;
 }
