@@ -53,7 +53,7 @@ class Allocator {
 
   void deallocate(T* block, std::size_t n) noexcept {
     if constexpr (alignof(T) > 16) {
-      ::operator delete(block, n * sizeof(T), std::align_val_t(alignof(T)));
+      ::operator delete(block, std::align_val_t(alignof(T)));
     } else {
       Impl::Deallocate(block, static_cast<unsigned>(n * sizeof(T)));
     }

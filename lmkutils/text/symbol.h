@@ -52,6 +52,15 @@ LMK_API void PinEntry(SymbolEntry& entry) noexcept;
 LMK_API bool SymbolLess(const char* a, const char* b) noexcept;
 LMK_API std::uint32_t SymbolHash(const char* text) noexcept;
 
+template <class Entry>
+unsigned IdOf(const Entry& entry) noexcept {
+  if constexpr (sizeof(void*) == 4) {
+    return static_cast<unsigned>(reinterpret_cast<std::uintptr_t>(entry.Text()));
+  } else {
+    return entry.id;
+  }
+}
+
 inline void AddReference(const char* text) noexcept {
   if (text == nullptr || symbolTableGone.load(std::memory_order_relaxed)) return;
   SymbolEntry& entry = SymbolEntry::Of(text);
@@ -145,8 +154,7 @@ class LMK_API Symbol {
   // A number that equal symbols share and different living ones do not; 0 for the empty symbol. A number may
   // come back for another text when the last symbol of its text is gone.
   [[nodiscard]] unsigned GetId() const noexcept {
-    if (text_ == nullptr) return 0;
-    return Id(internal::SymbolEntry::Of(text_));
+    return text_ == nullptr ? 0 : internal::IdOf(internal::SymbolEntry::Of(text_));
   }
 
   // The byte at i; NUL when i is not below the length.
@@ -172,15 +180,6 @@ class LMK_API Symbol {
   static void DumpStats();
 
  private:
-  template <class Entry>
-  static unsigned Id(const Entry& entry) noexcept {
-    if constexpr (sizeof(void*) == 4) {
-      return static_cast<unsigned>(reinterpret_cast<std::uintptr_t>(entry.Text()));
-    } else {
-      return entry.id;
-    }
-  }
-
   const char* text_ = nullptr;
 };
 

@@ -1,0 +1,31 @@
+#include "lmkutils/text/internal/lookup_guards.h"
+
+#include <chrono>
+#include <thread>
+
+namespace du::internal {
+
+bool LookupGuards::Await(unsigned milliseconds) const noexcept {
+  unsigned polls = 0;
+  unsigned slept = 0;
+  for (const Word& word : words_) {
+    const std::uint32_t entered = word.sequence.load();
+    if (entered % 2 == 0) continue;
+    while (word.sequence.load() == entered) {
+      // Polling first, since look-ups are short; sleeping in the end, so that a thread of lower priority that
+      // was interrupted in one gets its turn.
+      ++polls;
+      if (polls <= 100) continue;
+      if (polls <= 200) {
+        std::this_thread::yield();
+        continue;
+      }
+      if (slept == milliseconds) return false;
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+      if (milliseconds != kNoLimit) ++slept;
+    }
+  }
+  return true;
+}
+
+}  // namespace du::internal

@@ -1,0 +1,326 @@
+#include "lmkutils/text/internal/symbol_table.h"
+
+#include <algorithm>
+#include <cassert>
+#include <chrono>
+#include <cstring>
+#include <functional>
+#include <limits>
+#include <new>
+#include <thread>
+
+#include "lmkutils/memory/common_allocator.h"
+#include "lmkutils/os/capabilities.h"
+#include "lmkutils/platform/dead_reference.h"
+#include "lmkutils/platform/internal/scoped_lock.h"
+#include "lmkutils/text/hash_sizing.h"
+#include "lmkutils/text/internal/lasting_symbol.h"
+#include "lmkutils/text/internal/text_hash.h"
+#include "lmkutils/text/symbol.h"
+
+namespace du::internal {
+namespace {
+
+using Guard = dp::internal::ScopedLock<dp::internal::LazySpinLock>;
+
+// Of the described record: count, length, text and NUL; 64-bit targets keep 8 bytes more.
+static_assert(sizeof(SymbolEntry) == (sizeof(void*) == 4 ? 8 : 16));
+
+std::size_t BlockSize(std::size_t length) noexcept {
+  return sizeof(SymbolEntry) + length + 1;
+}
+
+std::uint32_t HashOf(const char* text) noexcept {
+  return TextHash::Of(text, SymbolEntry::Of(text).length);
+}
+
+std::atomic<std::uint32_t>& CountOf(const char* text) noexcept {
+  return SymbolEntry::Of(text).count;
+}
+
+void FreeEntry(const char* text) noexcept {
+  SymbolEntry& entry = SymbolEntry::Of(text);
+  const auto size = static_cast<unsigned>(BlockSize(entry.length));
+  entry.~SymbolEntry();
+  CommonAllocatorImpl::Deallocate(&entry, size);
+}
+
+}  // namespace
+
+void SymbolTable::EntryDeleter::operator()(const char* text) const noexcept {
+  FreeEntry(text);
+}
+
+SymbolTable::SymbolTable(dp::internal::LazySpinLock& lock) : lock_(lock), index_(nullptr) {
+  lock_.Get();  // so that locking cannot fail any more
+  index_.store(SymbolIndex::Create(HashNextPrime(2000)).release());
+}
+
+SymbolTable::~SymbolTable() {
+  Close();
+}
+
+Symbol SymbolTable::GetDebugClassName() const {
+  static const LastingSymbol name("SymbolTable");
+  return name.Get();
+}
+
+const char* SymbolTable::Intern(const char* text, std::size_t length) {
+  const std::uint32_t hash = TextHash::Of(text, length);
+  if (const char* present = InternInUse(hash, text, length)) return present;
+  {
+    const Guard guard(lock_);
+    ThrowIfClosed();
+    if (const char* present = InternKnown(hash, text, length)) return present;
+  }
+  return InternNew(hash, text, length);
+}
+
+// Without the lock. A count of 0 is left alone: raising it would take the entry from under a sweep.
+const char* SymbolTable::InternInUse(std::uint32_t hash, const char* text, std::size_t length) noexcept {
+  const LookupGuards::Scope scope(guards_);
+  if (!scope.Entered() || closed_.load()) return nullptr;
+  const char* const present = index_.load()->Find(hash, text, length);
+  if (present == nullptr) return nullptr;
+  std::atomic<std::uint32_t>& count = CountOf(present);
+  std::uint32_t seen = count.load(std::memory_order_relaxed);
+  while (seen != 0) {
+    if (seen >= SymbolEntry::kPermanent) return present;
+    if (count.compare_exchange_weak(seen, seen + 1, std::memory_order_acq_rel, std::memory_order_relaxed)) {
+      return present;
+    }
+  }
+  return nullptr;
+}
+
+// Under the lock; null when the text has no entry.
+const char* SymbolTable::InternKnown(std::uint32_t hash, const char* text, std::size_t length) noexcept {
+  const char* const present = index_.load(std::memory_order_relaxed)->Find(hash, text, length);
+  if (present == nullptr) return nullptr;
+  if (pendingCount_ != 0 && CountOf(present).load(std::memory_order_acquire) == 0) RemovePending(present);
+  AddReference(present);
+  return present;
+}
+
+// Everything that may fail is made ready without the lock; then we look again, since another thread may have
+// interned the same text or grown the index meanwhile.
+const char* SymbolTable::InternNew(std::uint32_t hash, const char* text, std::size_t length) {
+  EntryOwner entry = MakeEntry(text, length);
+  SymbolIndex::Owner other;  // a larger index, then the one that it replaced
+  const char* result = nullptr;
+  while (result == nullptr) {
+    unsigned needed = 0;
+    {
+      const Guard guard(lock_);
+      ThrowIfClosed();
+      if (const char* present = InternKnown(hash, text, length)) return present;
+      SymbolIndex* index = index_.load(std::memory_order_relaxed);
+      needed = BucketsForOneMore();
+      if (needed > index->Buckets() && other != nullptr && other->Buckets() >= needed) {
+        other->TakeOver(*index);
+        SymbolIndex* const old = index;
+        index = other.release();
+        other.reset(old);
+        index_.store(index);
+      }
+      if (needed <= index->Buckets()) {
+        CountOf(entry.get()).store(1, std::memory_order_relaxed);
+        result = entry.release();
+        index->Insert(hash, result);
+        ++items_;
+      }
+    }
+    if (result == nullptr) other = SymbolIndex::Create(needed);
+  }
+  if (other != nullptr) guards_.Await();
+  assert(other == nullptr || FindFault() == nullptr);
+  return result;
+}
+
+SymbolTable::EntryOwner SymbolTable::MakeEntry(const char* text, std::size_t length) {
+  if (length > std::numeric_limits<std::uint32_t>::max() - BlockSize(0)) throw std::bad_alloc();
+  void* const block = CommonAllocatorImpl::Allocate(static_cast<unsigned>(BlockSize(length)), nullptr);
+  SymbolEntry* const entry = ::new (block) SymbolEntry;
+  entry->length = static_cast<std::uint32_t>(length);
+  char* const bytes = reinterpret_cast<char*>(entry + 1);
+  std::memcpy(bytes, text, length);
+  bytes[length] = '\0';
+  return EntryOwner(bytes);
+}
+
+unsigned SymbolTable::BucketsForOneMore() const noexcept {
+  const unsigned present = index_.load(std::memory_order_relaxed)->Buckets();
+  const unsigned items = items_ + 1;
+  return items <= present ? present : std::max(present, HashNextPrime(items));
+}
+
+void SymbolTable::ThrowIfClosed() const {
+  if (closed_.load(std::memory_order_relaxed)) throw dp::DeadReference();
+}
+
+void SymbolTable::Release(const char* text) noexcept {
+  std::atomic<const char*>& slot = ClaimReleaseSlot(text);
+  // Claiming and this reading are sequentially consistent, as are the closing's writing and its look at the
+  // slots: either we see the end, or the end sees us and waits.
+  if (closed_.load() || CountOf(text).fetch_sub(1, std::memory_order_acq_rel) != 1) {
+    slot.store(nullptr, std::memory_order_release);
+    return;
+  }
+  Swept swept;
+  {
+    const Guard guard(lock_);
+    // From here on the lock protects the entry from other sweeps; ours must not find our own announcement.
+    slot.store(nullptr, std::memory_order_release);
+    if (closed_.load(std::memory_order_relaxed)) return;
+    if (CountOf(text).load(std::memory_order_acquire) == 0) {
+      pending_[pendingCount_++] = text;
+      if (pendingCount_ == kPendingLimit) Sweep(swept);
+    }
+  }
+  Free(swept);
+}
+
+std::atomic<const char*>& SymbolTable::ClaimReleaseSlot(const char* text) noexcept {
+  for (std::size_t i = LookupGuards::Hint(kReleaseSlots);; i = (i + 1) % kReleaseSlots) {
+    const char* expected = nullptr;
+    if (releaseSlots_[i].load(std::memory_order_relaxed) == nullptr &&
+        releaseSlots_[i].compare_exchange_strong(expected, text)) {
+      return releaseSlots_[i];
+    }
+  }
+}
+
+// Two threads may have appended the same entry, each after its own drop: all its places go.
+void SymbolTable::RemovePending(const char* text) noexcept {
+  for (unsigned i = 0; i < pendingCount_;) {
+    if (pending_[i] == text) {
+      pending_[i] = pending_[--pendingCount_];
+    } else {
+      ++i;
+    }
+  }
+}
+
+// What stays on the list are other threads' announcements: at most 31, so there is room for the next drop.
+void SymbolTable::Sweep(Swept& swept) noexcept {
+  const char* announced[kReleaseSlots];
+  const char** announcedEnd = announced;
+  for (const std::atomic<const char*>& slot : releaseSlots_) {
+    if (const char* text = slot.load(std::memory_order_acquire)) *announcedEnd++ = text;
+  }
+  std::sort(announced, announcedEnd, std::less<>());
+  std::sort(pending_, pending_ + pendingCount_, std::less<>());
+  const char** const end = std::unique(pending_, pending_ + pendingCount_);
+  pendingCount_ = 0;
+  SymbolIndex& index = *index_.load(std::memory_order_relaxed);
+  for (const char** text = pending_; text != end; ++text) {
+    assert(CountOf(*text).load() == 0);
+    if (std::binary_search(announced, announcedEnd, *text, std::less<>())) {
+      pending_[pendingCount_++] = *text;
+    } else {
+      index.Remove(HashOf(*text), *text);
+      --items_;
+      swept.texts[swept.count++] = *text;
+    }
+  }
+}
+
+void SymbolTable::Free(const Swept& swept) noexcept {
+  if (swept.count == 0) return;
+  guards_.Await();
+  for (unsigned i = 0; i < swept.count; ++i) FreeEntry(swept.texts[i]);
+}
+
+void SymbolTable::Close() noexcept {
+  closed_.store(true);
+  if (!AwaitOthers()) return;
+  if (os::GetCapabilities().exitKillsThreads) {
+    if (!lock_.TryLock()) return;
+  } else {
+    lock_.Lock();
+  }
+  const SymbolIndex::Owner index(index_.exchange(nullptr));
+  items_ = pendingCount_ = 0;
+  lock_.Unlock();
+  if (index != nullptr) index->ForEach([](const char* text, std::uint32_t) { FreeEntry(text); });
+}
+
+bool SymbolTable::AwaitOthers() const noexcept {
+  const unsigned limit = os::GetCapabilities().exitKillsThreads ? 0 : 100;
+  if (!guards_.Await(limit)) return false;
+  for (const std::atomic<const char*>& slot : releaseSlots_) {
+    for (unsigned waited = 0; slot.load() != nullptr; ++waited) {
+      if (waited >= limit) return false;
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+  }
+  return true;
+}
+
+// Calls use(room) under the lock, with one zero for each bucket in `room`, which was made without it. False
+// when the table is closed.
+template <class Use>
+bool SymbolTable::UseBuckets(Use use) {
+  std::vector<unsigned> room(HashNextPrime(2000));
+  for (;;) {
+    unsigned buckets = 0;
+    {
+      const Guard guard(lock_);
+      if (closed_.load(std::memory_order_relaxed)) return false;
+      buckets = index_.load(std::memory_order_relaxed)->Buckets();
+      if (buckets == room.size()) {
+        use(room);
+        return true;
+      }
+    }
+    room.assign(buckets, 0);
+  }
+}
+
+SymbolStatistics SymbolTable::CollectStatistics() {
+  std::vector<unsigned> entriesOfBucket;
+  unsigned items = 0;
+  const bool open = UseBuckets([&](std::vector<unsigned>& room) {
+    items = items_;
+    index_.load(std::memory_order_relaxed)->ForEach([&room](const char* text, std::uint32_t) {
+      ++room[SymbolHash(text) % room.size()];
+    });
+    entriesOfBucket.swap(room);
+  });
+  if (!open) throw dp::DeadReference();
+  return CountBuckets(items, entriesOfBucket);
+}
+
+const char* SymbolTable::FindFault() {
+  const char* fault = nullptr;
+  UseBuckets([&](std::vector<unsigned>& room) { fault = FindFaultLocked(room); });
+  return fault;
+}
+
+const char* SymbolTable::FindFaultLocked(std::vector<unsigned>& ids) const {
+  const SymbolIndex& index = *index_.load(std::memory_order_relaxed);
+  const char* fault = nullptr;
+  std::size_t entries = 0;
+  index.ForEach([&](const char* text, std::uint32_t hash) {
+    const std::uint32_t length = SymbolEntry::Of(text).length;
+    if (length == 0 || std::strlen(text) != length) fault = "length and text disagree";
+    if (hash != HashOf(text)) fault = "an entry stands under a wrong hash";
+    if (index.Find(hash, text, length) != text) fault = "an entry is not found or stands there twice";
+    if (entries < ids.size()) ids[entries] = IdOf(SymbolEntry::Of(text));
+    ++entries;
+  });
+  if (entries != items_ || entries > ids.size()) return "the number of entries is wrong";
+  ids.resize(entries);
+  std::sort(ids.begin(), ids.end());
+  if (std::adjacent_find(ids.begin(), ids.end()) != ids.end()) fault = "two entries have one id";
+  if (pendingCount_ >= kPendingLimit) fault = "the pending list is full";
+  for (unsigned i = 0; i < pendingCount_ && fault == nullptr; ++i) {
+    const char* const text = pending_[i];
+    if (CountOf(text).load() != 0) fault = "a pending entry is in use";
+    if (index.Find(HashOf(text), text, SymbolEntry::Of(text).length) != text)
+      fault = "a pending entry is unknown";
+  }
+  return fault;
+}
+
+}  // namespace du::internal

@@ -1,0 +1,112 @@
+// The process-wide table of interned texts.
+#ifndef LMKUTILS_TEXT_INTERNAL_SYMBOL_TABLE_H
+#define LMKUTILS_TEXT_INTERNAL_SYMBOL_TABLE_H
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "lmkutils/memory/common_allocated.h"
+#include "lmkutils/platform/internal/lazy_spin_lock.h"
+#include "lmkutils/text/internal/lookup_guards.h"
+#include "lmkutils/text/internal/symbol_index.h"
+#include "lmkutils/text/internal/symbol_statistics.h"
+
+namespace du::internal {
+
+// Holds each distinct text once. All operations may be called by any thread.
+//
+// An entry lives through these states; only the marked steps hold the lock:
+//   in use     count above 0. Copies and drops that leave it above 0 touch nothing but the count, and so does
+//              interning a text that is in use: it looks up under a LookupGuards::Scope and adds 1 to the
+//              count only by a step that saw it above 0.
+//   dropped    a drop brought the count to 0 after announcing the entry in a release slot
+//   pending    [lock] the dropper put it on the list of those to free, unless it was in use again by then
+//   revived    [lock] interning its text found it with count 0: off the list, in use again
+//   freed      [lock] the 64th pending entry sweeps the list: whatever no release slot announces leaves the
+//   index;
+//              its block is freed without the lock, after the look-ups that may still be reading it
+// So a count of 0 rises only under the lock, and what the lock's holder sees at 0 stays dead while it holds
+// on.
+//
+// The release slots guard the gap between a drop to 0 and the dropper's turn at the lock: in between another
+// thread may revive, drop and sweep the same entry, and the first one would find its block freed. The dropper
+// announces before it subtracts, so whoever sees its subtraction sees the announcement.
+//
+// The lock is a leaf: nothing is allocated, freed, traced or interned while it is held. Storage comes from
+// the common allocator (entries) and the run-time heap (index).
+class SymbolTable : public CommonAllocated {
+ public:
+  static constexpr unsigned kReleaseSlots = 32;
+  static constexpr unsigned kPendingLimit = 64;
+
+  // The lock must outlive the table. Throws std::bad_alloc.
+  explicit SymbolTable(dp::internal::LazySpinLock& lock);
+  SymbolTable(const SymbolTable&) = delete;
+  SymbolTable& operator=(const SymbolTable&) = delete;
+  ~SymbolTable() override;
+  Symbol GetDebugClassName() const override;
+
+  // The text pointer of the entry with these bytes (none of them NUL, at least one), its count increased.
+  // Throws std::bad_alloc when memory is exhausted or the text does not fit an entry, dp::DeadReference once
+  // closed.
+  const char* Intern(const char* text, std::size_t length);
+
+  // Drops a reference that may be the last one.
+  void Release(const char* text) noexcept;
+
+  // The end: later calls find the table closed. Frees every entry, in use or not, unless a thread that may be
+  // inside an operation does not come out within 100 ms (where threads run on at exit) or holds the lock for
+  // ever (where they do not): then the storage is left to the system. The object itself must stay.
+  void Close() noexcept;
+
+  [[nodiscard]] SymbolStatistics CollectStatistics();
+
+  // Null when the structure is in order, else what is wrong. For tests and debug builds.
+  [[nodiscard]] const char* FindFault();
+
+  // The first step of Release, on its own for tests: the slot is the caller's until it is set to null.
+  std::atomic<const char*>& ClaimReleaseSlot(const char* text) noexcept;
+
+ private:
+  struct EntryDeleter {
+    void operator()(const char* text) const noexcept;
+  };
+  using EntryOwner = std::unique_ptr<const char, EntryDeleter>;
+
+  // What a sweep took out of the index, to be freed without the lock.
+  struct Swept {
+    const char* texts[kPendingLimit];
+    unsigned count = 0;
+  };
+
+  static EntryOwner MakeEntry(const char* text, std::size_t length);
+
+  const char* InternInUse(std::uint32_t hash, const char* text, std::size_t length) noexcept;
+  const char* InternKnown(std::uint32_t hash, const char* text, std::size_t length) noexcept;
+  const char* InternNew(std::uint32_t hash, const char* text, std::size_t length);
+  unsigned BucketsForOneMore() const noexcept;
+  void ThrowIfClosed() const;
+  void RemovePending(const char* text) noexcept;
+  void Sweep(Swept& swept) noexcept;
+  void Free(const Swept& swept) noexcept;
+  bool AwaitOthers() const noexcept;
+  template <class Use>
+  bool UseBuckets(Use use);
+  const char* FindFaultLocked(std::vector<unsigned>& ids) const;
+
+  dp::internal::LazySpinLock& lock_;
+  std::atomic<bool> closed_{false};
+  std::atomic<SymbolIndex*> index_;  // owned; changed under the lock, read without it inside a guard
+  alignas(64) unsigned items_ = 0;   // this and the pending list: under the lock
+  unsigned pendingCount_ = 0;
+  const char* pending_[kPendingLimit] = {};
+  std::atomic<const char*> releaseSlots_[kReleaseSlots] = {};
+  LookupGuards guards_;
+};
+
+}  // namespace du::internal
+
+#endif
