@@ -4,6 +4,7 @@
 #ifndef LMKUTILS_OS_FAULT_RENAME_H
 #define LMKUTILS_OS_FAULT_RENAME_H
 
+#define CloseFile RealCloseFile
 #define CounterFrequency RealCounterFrequency
 #define CurrentDirectory RealCurrentDirectory
 #define GetCapabilities RealGetCapabilities
@@ -12,10 +13,12 @@
 #define MutexAcquire RealMutexAcquire
 #define MutexRelease RealMutexRelease
 #define MutexTryAcquire RealMutexTryAcquire
+#define OpenForAppending RealOpenForAppending
 #define ReadCounter RealReadCounter
 #define SemaphoreSignal RealSemaphoreSignal
 #define SemaphoreWait RealSemaphoreWait
 #define ThreadStart RealThreadStart
 #define WallSeconds RealWallSeconds
+#define WriteOnce RealWriteOnce
 
 #endif
