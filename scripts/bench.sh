@@ -21,6 +21,6 @@ mkdir -p build
 
 for argument in "$@"; do
   shift
-  [ "$argument" = --write ] && set -- "$@" --write docs/performance.md || set -- "$@" "$argument"
+  if [ "$argument" = --write ]; then set -- "$@" --write docs/performance.md; else set -- "$@" "$argument"; fi
 done
 exec python3 bench/report.py --programs build/bench/bin "$@"

@@ -5,7 +5,7 @@
 #   build-windows-deps.sh [TRIPLE...]      TRIPLE: i686-w64-mingw32, x86_64-w64-mingw32, linux; all of them when none is given
 #
 # All sources are the distribution's source packages. The result stands in $LMK_DEPS/TRIPLE (outside the source tree) and is
-# built anew only when its stamp, made of this script, the tool-chain files and the versions of the packages, has changed.
+# built anew only when its stamp, made of this script and the versions of the packages, has changed.
 # A run that is cut short leaves the previous result, or none.
 set -eu
 here=$(cd "$(dirname "$0")" && pwd)
@@ -28,7 +28,7 @@ packages_of() {   # the packages that a triple is built from and with
 stamp_of() {
   # shellcheck disable=SC2046
   {
-    cat "$here/build-windows-deps.sh" "$cmake_dir/mingw-common.cmake" "$cmake_dir/minizip.CMakeLists.txt"
+    cat "$here/build-windows-deps.sh" "$cmake_dir/minizip.CMakeLists.txt"
     sed -n 's/^VERSION_ID=//p' /etc/os-release
     dpkg-query -W -f='${Package} ${Version}\n' $(packages_of "$1")
   } | sha256sum | cut -d' ' -f1

@@ -2,8 +2,8 @@
 # Builds and tests everything, on all targets, installing what is missing.
 #
 #   test.sh              all stages
-#   test.sh STAGE...     some: checks linux linux-asan linux-tsan windows-x86 windows-x64 install-linux install-windows-x86
-#   test.sh --quick      checks and linux
+#   test.sh STAGE...     some: linux windows-x86 windows-x64 linux-asan linux-tsan install-linux install-windows-x86 checks
+#   test.sh --quick      linux and checks
 #
 # A stage that fails does not keep the next one from running. The last line is "N passed, N failed, N skipped", over all
 # tests of all targets; before it stands a line for each target or stage that was skipped, with the reason. The exit status
@@ -15,10 +15,10 @@ cd "$root" || exit 2
 # shellcheck source=scripts/ensure-packages.sh
 . "$here/ensure-packages.sh"
 
-all_stages="checks linux linux-asan linux-tsan windows-x86 windows-x64 install-linux install-windows-x86"
+all_stages="linux windows-x86 windows-x64 linux-asan linux-tsan install-linux install-windows-x86 checks"
 case "${1:-}" in
   "") stages=$all_stages ;;
-  --quick) stages="checks linux" ;;
+  --quick) stages="linux checks" ;;
   *) stages="$*" ;;
 esac
 for stage in $stages; do
@@ -90,23 +90,33 @@ run_tests() {   # run_tests STAGE PRESET COMMAND...: ctest, with COMMAND before 
   fi
 }
 
-stage_checks() {
-  local check name status log
-  for check in "$here"/checks/*.py "$here"/checks/*.sh; do
-    [ -x "$check" ] || continue
-    name=$(basename "${check%.*}") log="$logs/check-$(basename "${check%.*}").log"
-    "$check" > "$log" 2>&1
-    status=$?
-    case $status in
-      0) passed=$((passed + 1)) ;;
-      77) skipped=$((skipped + 1)); skip "check $name" "$(tail -n 1 "$log")" ;;
-      *) failed=$((failed + 1)); note "check $name" "FAILED"; echo "--- check $name"; tail -n 60 "$log" ;;
-    esac
-  done
-  note checks "done"
+check() {   # check NAME COMMAND...: one check is one test; status 77 means that it cannot be made here
+  local name=$1 log="$logs/check-$1.log"; shift
+  "$@" > "$log" 2>&1
+  case $? in
+    0) passed=$((passed + 1)) ;;
+    77) skipped=$((skipped + 1)); skip "the check of $name" "$(tail -n 1 "$log")" ;;
+    *) failed=$((failed + 1)); note "check of $name" "FAILED"; echo "--- check of $name:"; tail -n 60 "$log" ;;
+  esac
 }
 
-stage_linux() { build linux linux && run_tests linux linux env; }
+stage_checks() {
+  local file before=$passed
+  # The headers are compiled for all targets; clang-tidy reads the compile commands.
+  lmk_ensure clang clang-format clang-tidy shellcheck git g++-mingw-w64-i686-posix g++-mingw-w64-x86-64-posix ||
+    skip "part of the checks" "their tools cannot be installed (log: $LMK_APT_DIR/install.log)"
+  cmake --preset linux > "$logs/checks-configure.log" 2>&1
+  for file in "$here"/checks/*.py "$here"/checks/*.sh; do
+    if [ -x "$file" ]; then check "$(basename "${file%.*}")" "$file"; fi
+  done
+  note checks "$((passed - before)) passed"
+}
+
+stage_linux() {
+  build linux linux || return
+  run_tests linux linux env
+  check exports-linux "$here/exports.py" linux
+}
 
 # Where the kernel scatters mappings over more bits than the sanitizers expect, run without scattering.
 sanitizer_runner() {
@@ -142,6 +152,7 @@ stage_windows() {   # stage_windows STAGE TRIPLE BITS
   windows_deps "$1" "$2" || return
   wine_bits "$3"     # before the configuration, which looks for it
   build "$1" "$1" || return
+  check "exports-$1" "$here/exports.py" "$1"
   if wine_bits "$3"; then
     run_tests "$1" "$1" "$here/wine-session.sh"
   else
@@ -175,9 +186,7 @@ for stage in $stages; do
   begun=$(date +%s)
   echo "== $stage"
   case $stage in
-    checks)
-      lmk_ensure clang-format clang-tidy shellcheck git || true
-      stage_checks ;;
+    checks) stage_checks ;;
     linux) stage_linux ;;
     linux-asan | linux-tsan) stage_sanitizer "$stage" ;;
     windows-x86) stage_windows windows-x86 i686-w64-mingw32 32 ;;

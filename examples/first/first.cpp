@@ -1,6 +1,6 @@
-#include <lmkutils/lmkutils.h>
-
 #include <iostream>
+
+#include <lmkutils/lmkutils.h>
 
 int main() {
   std::cout << "ELF hash of \"first\": " << du::hash<const char*>()("first") << '\n';

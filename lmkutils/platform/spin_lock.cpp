@@ -29,6 +29,11 @@ void SpinLock::Unlock() noexcept {
 
 namespace internal {
 
+// Not a friend function: MinGW refuses the friend declaration of a function that is imported from a DLL.
+struct SpinLockAccess {
+  static bool IsUsable(const SpinLock& lock) { return lock.impl_ != nullptr; }
+};
+
 SpinLock& InstalledLock(std::atomic<SpinLock*>& slot) {
   if (SpinLock* const installed = slot.load(std::memory_order_acquire)) return *installed;
 
@@ -36,7 +41,7 @@ SpinLock& InstalledLock(std::atomic<SpinLock*>& slot) {
   if (storage == nullptr) throw std::bad_alloc();
   SpinLock* const fresh = new (storage) SpinLock(500);
   SpinLock* winner = nullptr;
-  const bool usable = fresh->impl_ != nullptr;
+  const bool usable = SpinLockAccess::IsUsable(*fresh);
   if (usable && slot.compare_exchange_strong(winner, fresh, std::memory_order_acq_rel)) return *fresh;
   fresh->~SpinLock();
   os::HeapFree(storage);

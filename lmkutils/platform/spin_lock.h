@@ -15,6 +15,8 @@ namespace dp {
 class SpinLock;
 
 namespace internal {
+struct SpinLockAccess;
+
 /// The lock (spin count 500) that `slot` holds, created and installed by compare-and-swap on first use and
 /// never destroyed. Throws std::bad_alloc when it cannot be created; the next call tries again.
 LMK_API SpinLock& InstalledLock(std::atomic<SpinLock*>& slot);
@@ -46,7 +48,7 @@ class LMK_API SpinLock {
   void Unlock() noexcept;
 
  private:
-  friend SpinLock& internal::InstalledLock(std::atomic<SpinLock*>& slot);
+  friend struct internal::SpinLockAccess;
 
   os::Lock* impl_;
 };

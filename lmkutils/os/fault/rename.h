@@ -4,7 +4,6 @@
 #ifndef LMKUTILS_OS_FAULT_RENAME_H
 #define LMKUTILS_OS_FAULT_RENAME_H
 
-#define CloseFile RealCloseFile
 #define CounterFrequency RealCounterFrequency
 #define CurrentDirectory RealCurrentDirectory
 #define GetCapabilities RealGetCapabilities
@@ -13,12 +12,10 @@
 #define MutexAcquire RealMutexAcquire
 #define MutexRelease RealMutexRelease
 #define MutexTryAcquire RealMutexTryAcquire
-#define OpenForAppending RealOpenForAppending
 #define ReadCounter RealReadCounter
 #define SemaphoreSignal RealSemaphoreSignal
 #define SemaphoreWait RealSemaphoreWait
 #define ThreadStart RealThreadStart
 #define WallSeconds RealWallSeconds
-#define WriteOnce RealWriteOnce
 
 #endif

@@ -4,7 +4,6 @@
 
 #include <atomic>
 #include <cstdarg>
-#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -38,10 +37,6 @@ bool DebugMaskMatches(unsigned mask, const char* key, const char* subKey) noexce
 
 // The end of a record: hands it to the controller, or counts it as dropped.
 void Deliver(const TraceFormatter& record) noexcept;
-
-// Records that reached no consumer; see TraceController::GetDroppedCount.
-void CountDropped() noexcept;
-std::uint64_t DroppedCount() noexcept;
 
 }  // namespace dp::internal
 
