@@ -4,7 +4,6 @@
 #include <list>
 #include <ostream>
 #include <random>
-#include <regex>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -418,7 +417,7 @@ TEST_F(FileSpecTest, DirectoryList) {
 
 // -- Random text against a model that takes it apart by other means.
 
-constexpr int kRounds = 4000;
+constexpr int kRounds = 20000;
 
 class RandomText {
  public:
@@ -434,36 +433,45 @@ class RandomText {
   std::mt19937 random_{20250101};
 };
 
+bool IsModelVersion(std::string digits) {
+  if (digits.empty() || digits.find_first_not_of("0123456789") != std::string::npos) return false;
+  digits.erase(0, digits.find_first_not_of('0'));
+  return !digits.empty() && digits.size() <= 3 && std::stoi(digits) <= 254;
+}
+
+void SplitModelName(const std::string& name, Parts& parts) {
+  const bool dotsAlone = name == std::string(name.size(), '.');
+  std::size_t dot = dotsAlone ? std::string::npos : name.rfind('.');
+  if (dot != std::string::npos && IsModelVersion(name.substr(dot + 1))) dot = name.find('.');
+  parts.base = name.substr(0, dot);
+  if (dot != std::string::npos) parts.extension = name.substr(dot + 1);
+}
+
+// All separators made one first, then cut from the left.
 Parts ModelOf(std::string text) {
-  static const std::regex letter(R"(([A-Za-z]):(.*))");
-  static const std::regex unc(R"((\\\\[^\\]*)(\\?)\\*([^\\]*)(.*))");
-  static const std::regex version(
-      R"(([^.]*)\.((?:.*\.)?0*(?:[1-9]|[1-9][0-9]|1[0-9][0-9]|2[0-4][0-9]|25[0-4])))");
-  static const std::regex plain(R"((.*)\.([^.]*))");
   Parts parts;
-  std::smatch match;
   std::replace(text.begin(), text.end(), '/', '\\');
-  std::string rest = text;
-  if (std::regex_match(text, match, letter)) {
-    parts.drive = static_cast<char>(std::toupper(match.str(1)[0]));
-    rest = match[2];
-  } else if (std::regex_match(text, match, unc)) {
-    parts.drive = match.str(1) + match.str(2) + match.str(3);
-    parts.absolute = match.length(3) > 0;
-    rest = match[4];
+  const auto cutUntil = [&text](std::size_t end) {
+    const std::string head = text.substr(0, end);
+    text.erase(0, head.size());
+    return head;
+  };
+  if (text.size() > 1 && text[1] == ':' && std::string("aC").find(text[0]) != std::string::npos) {
+    parts.drive = cutUntil(2)[0] == 'a' ? "A" : "C";
+  } else if (text.starts_with("\\\\")) {
+    parts.drive = cutUntil(text.find('\\', 2));
+    if (!text.empty()) parts.drive += cutUntil(1);
+    cutUntil(text.find_first_not_of('\\'));
+    parts.absolute = !text.empty();
+    parts.drive += cutUntil(text.find('\\'));
   }
-  parts.absolute |= rest.starts_with('\\');
-  std::size_t end = 0;
-  for (; (end = rest.find('\\')) != std::string::npos; rest.erase(0, end + 1)) {
-    if (end != 0) parts.directories.push_back(rest.substr(0, end));
+  parts.absolute |= text.starts_with('\\');
+  while (text.find('\\') != std::string::npos) {
+    const std::string name = cutUntil(text.find('\\'));
+    if (!name.empty()) parts.directories.push_back(name);
+    cutUntil(1);
   }
-  const bool dots = rest.find_first_not_of('.') == std::string::npos;
-  if (!dots && (std::regex_match(rest, match, version) || std::regex_match(rest, match, plain))) {
-    parts.base = match[1];
-    parts.extension = match[2];
-  } else {
-    parts.base = rest;
-  }
+  SplitModelName(text, parts);
   return parts;
 }
 
