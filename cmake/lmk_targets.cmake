@@ -97,7 +97,7 @@ function(lmk_add_os_services)
     if(arg_FAULTABLE)
       set(renamed "${PROJECT_BINARY_DIR}/fault/real_${name}.cpp")
       file(CONFIGURE OUTPUT "${renamed}" @ONLY CONTENT
-        "#include \"lmkutils/os/fault/rename.h\"\n// then the real face\n#include \"lmkutils/os/${LMK_OS_FACE}/${name}.cpp\"\n")
+        "#define LMK_REAL_${name}\n#include \"lmkutils/os/fault/rename.h\"\n// then the real face\n#include \"lmkutils/os/${LMK_OS_FACE}/${name}.cpp\"\n")
       target_sources(lmk_os_fault PRIVATE "${renamed}" "${os_dir}/fault/${name}.cpp")
     else()
       target_sources(lmk_os_fault PRIVATE "${real}")

@@ -7,8 +7,6 @@
 #define CounterFrequency RealCounterFrequency
 #define CurrentDirectory RealCurrentDirectory
 #define GetCapabilities RealGetCapabilities
-#define HeapAllocate RealHeapAllocate
-#define HeapReallocate RealHeapReallocate
 #define MutexAcquire RealMutexAcquire
 #define MutexRelease RealMutexRelease
 #define MutexTryAcquire RealMutexTryAcquire
@@ -17,5 +15,11 @@
 #define SemaphoreWait RealSemaphoreWait
 #define ThreadStart RealThreadStart
 #define WallSeconds RealWallSeconds
+
+// What other services of the seam call is renamed where it is defined only, so that their calls can fail too.
+#ifdef LMK_REAL_memory
+#define HeapAllocate RealHeapAllocate
+#define HeapReallocate RealHeapReallocate
+#endif
 
 #endif

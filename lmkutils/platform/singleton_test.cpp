@@ -1,0 +1,177 @@
+#include "lmkutils/platform/internal/singleton.h"
+
+#include <atomic>
+#include <cstdio>
+#include <cstdlib>
+#include <new>
+#include <stdexcept>
+#include <string>
+
+#include <gmock/gmock.h>
+
+#include "lmkutils/os/fault/fault.h"
+#include "lmkutils/platform/dead_reference.h"
+#include "lmkutils/platform/internal/global_tracker.h"
+#include "lmkutils/testing/child_process.h"
+#include "lmkutils/testing/threads.h"
+
+namespace {
+
+using dp::internal::Singleton;
+
+// One for each (name, longevity); says when it comes and goes.
+template <char Name, unsigned Rank>
+struct Part {
+  struct Traits {
+    using Object = Part;
+    static void Prepare() {}
+    static Object* Create() { return new Part; }
+    static void Destroy(Object* object) noexcept { delete object; }
+    static unsigned Longevity() noexcept { return Rank; }
+  };
+  using Only = Singleton<Traits>;
+
+  ~Part() {
+    const bool hidden =
+        Only::IsDestroyed() && Only::Existing() == nullptr && Only::InstanceOrNull() == nullptr;
+    std::printf("%c%s", Name, hidden ? "" : " can be reached while it dies ");
+  }
+};
+
+using Early = Part<'e', 1>;
+using Late = Part<'l', 3>;
+using AlsoLate = Part<'m', 3>;
+
+void UseByName(char name) {
+  if (name == 'e') Early::Only::Instance();
+  if (name == 'l') Late::Only::Instance();
+  if (name == 'm') AlsoLate::Only::Instance();
+}
+
+// Registered before all others, so it runs after them.
+void UseTheDead() {
+  try {
+    Early::Only::Instance();
+    std::printf(" alive");
+  } catch (const dp::DeadReference& dead) {
+    std::printf(" %s", dead.what());
+  } catch (...) {
+    std::printf(" something else");
+  }
+}
+
+const lmktest::ChildRole kUseInOrder("use_singletons", [](const std::vector<std::string>& args) {
+  if (args.size() > 1) std::atexit(UseTheDead);
+  for (const char name : args.at(0)) UseByName(name);
+  return 0;
+});
+
+TEST(Singleton, ItsEndIsDecidedByLongevityAlone) {
+  const struct {
+    const char* used;
+    const char* ends;
+  } cases[] = {{"elm", "eml"}, {"mle", "elm"}, {"lem", "eml"}, {"m", "m"}, {"lele", "el"}};
+  for (const auto& item : cases) {
+    const auto child = lmktest::RunSelf("use_singletons", {item.used});
+    EXPECT_EQ(child.exitCode, 0) << child.err;
+    EXPECT_EQ(child.out, item.ends) << item.used;
+  }
+}
+
+TEST(Singleton, ThrowsAfterItsEnd) {
+  const auto child = lmktest::RunSelf("use_singletons", {"el", "and then"});
+  EXPECT_EQ(child.exitCode, 0) << child.err;
+  EXPECT_EQ(child.out, "el Dead Reference Detected");
+}
+
+// Threads that the end of the process finds at work, using and creating.
+const lmktest::ChildRole kUseWhileEnding("use_singletons_while_ending", [](const std::vector<std::string>&) {
+  for (int number = 0; number < 3; ++number) {
+    std::thread([number] {
+      for (;;) {
+        Early::Only::InstanceOrNull();
+        if (number == 0) Late::Only::InstanceOrNull();
+        if (number == 1) AlsoLate::Only::InstanceOrNull();
+      }
+    }).detach();
+  }
+  lmktest::WaitUntil([] { return Early::Only::Existing() != nullptr; });
+  return 0;
+});
+
+TEST(Singleton, EndsCleanlyUnderThreadsThatStillRun) {
+  for (int i = 0; i < 10; ++i) {
+    const auto child = lmktest::RunSelf("use_singletons_while_ending");
+    EXPECT_EQ(child.exitCode, 0) << child.err;
+    EXPECT_FALSE(child.crashed || child.timedOut);
+    EXPECT_THAT(child.out, testing::MatchesRegex("e[lm]*"));
+  }
+}
+
+// A singleton whose creation can be told to fail.
+struct Fragile {
+  struct Traits {
+    using Object = Fragile;
+    static void Prepare() {}
+    static Object* Create() {
+      ++created;
+      if (recursive) Only::Instance();
+      if (created == 1) throw std::runtime_error("the first one fails");
+      return new Fragile;
+    }
+    static void Destroy(Object* object) noexcept {
+      delete object;
+      ++destroyed;
+    }
+    static unsigned Longevity() noexcept { return 5; }
+  };
+  using Only = Singleton<Traits>;
+
+  static inline int created = 0;
+  static inline int destroyed = 0;
+  static inline bool recursive = false;
+};
+
+TEST(Singleton, AFailedCreationLeavesNothingBehind) {
+  EXPECT_EQ(Fragile::Only::Existing(), nullptr);
+  EXPECT_THROW(Fragile::Only::Instance(), std::runtime_error);
+  Fragile::recursive = true;
+  EXPECT_THROW(Fragile::Only::Instance(), std::logic_error);
+  Fragile::recursive = false;
+  Fragile::created = 1;
+
+  const unsigned scheduled = dp::internal::GetGlobalTracker().stack.count;
+  for (const auto failing : {os::fault::Call::kHeapReallocate, os::fault::Call::kHeapAllocate}) {
+    const os::fault::Arming noMemory(failing);
+    EXPECT_EQ(Fragile::Only::InstanceOrNull(), nullptr);
+    EXPECT_EQ(Fragile::destroyed, Fragile::created - 1);
+  }
+  EXPECT_EQ(dp::internal::GetGlobalTracker().stack.count, scheduled);
+
+  Fragile* const object = &Fragile::Only::Instance();
+  EXPECT_EQ(object, Fragile::Only::Existing());
+  EXPECT_EQ(dp::internal::GetGlobalTracker().stack.count, scheduled + 1);
+  lmktest::OnOtherThread([object] { EXPECT_EQ(object, &Fragile::Only::Instance()); });
+}
+
+struct Shared {
+  struct Traits {
+    using Object = Shared;
+    static void Prepare() {}
+    static Object* Create() {
+      ++created;
+      lmktest::GiveOthersTime();
+      return new Shared;
+    }
+    static void Destroy(Object* object) noexcept { delete object; }
+    static unsigned Longevity() noexcept { return 5; }
+  };
+  static inline std::atomic<int> created{0};
+};
+
+TEST(Singleton, IsCreatedOnceByManyThreads) {
+  lmktest::OnThreads(8, [](int) { Singleton<Shared::Traits>::Instance(); });
+  EXPECT_EQ(Shared::created, 1);
+}
+
+}  // namespace

@@ -1,0 +1,260 @@
+#include "lmkutils/platform/thread.h"
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <utility>
+
+#include <gtest/gtest.h>
+
+#include "lmkutils/os/fault/fault.h"
+#include "lmkutils/platform/semaphore.h"
+#include "lmkutils/testing/threads.h"
+
+namespace {
+
+// Runs what it is given.
+class Worker : public dp::Thread {
+ public:
+  explicit Worker(std::function<void()> run, std::function<void()> initialize = {},
+                  const char* name = nullptr, unsigned stackSize = kDefaultStackSize)
+      : dp::Thread(name, stackSize), run_(std::move(run)), initialize_(std::move(initialize)) {}
+  ~Worker() override { WaitForThreadToTerminate(); }
+
+  void Initialize() override {
+    if (initialize_) initialize_();
+  }
+  void Run() override {
+    if (run_) run_();
+  }
+
+ private:
+  const std::function<void()> run_;
+  const std::function<void()> initialize_;
+};
+
+TEST(Thread, KnowsItselfWhileItsBodyRuns) {
+  EXPECT_EQ(dp::Thread::GetCurrentThread(), nullptr);
+  for (const bool synchronous : {false, true}) {
+    dp::Semaphore go;
+    unsigned idInside = 0;
+    dp::Thread* current = nullptr;
+    Worker worker([&] {
+      idInside = dp::Thread::GetCurrentThreadId();
+      current = dp::Thread::GetCurrentThread();
+      go.Wait(0);
+    });
+    EXPECT_EQ(worker.GetThreadId(), 0U);
+    EXPECT_FALSE(worker.ThreadIsRunning());
+    ASSERT_TRUE(worker.Start(synchronous));
+    EXPECT_TRUE(worker.ThreadIsRunning());
+    const unsigned idOutside = worker.GetThreadId();
+    go.Signal();
+    worker.WaitForThreadToTerminate();
+    EXPECT_EQ(idOutside, idInside);
+    EXPECT_NE(idInside, dp::Thread::GetCurrentThreadId());
+    EXPECT_EQ(current, &worker);
+    EXPECT_FALSE(worker.ThreadIsRunning());
+    EXPECT_EQ(worker.GetThreadId(), 0U);
+  }
+  lmktest::OnOtherThread([] { EXPECT_EQ(dp::Thread::GetCurrentThread(), nullptr); });
+}
+
+TEST(Thread, ASynchronousStartWaitsForInitialize) {
+  std::atomic<bool> initialized{false};
+  dp::Semaphore go;
+  Worker worker([&] { go.Wait(0); },
+                [&] {
+                  lmktest::GiveOthersTime();
+                  initialized = true;
+                });
+  ASSERT_TRUE(worker.Start(true));
+  EXPECT_TRUE(initialized);
+  go.Signal();
+}
+
+// The id must be 0 after the end, however soon that comes.
+TEST(Thread, StartsAgainAfterEachEnd) {
+  std::atomic<int> runs{0};
+  Worker worker([&] { ++runs; });
+  for (int i = 0; i < 100; ++i) {
+    ASSERT_TRUE(worker.Start(i % 2 == 0));
+    worker.WaitForThreadToTerminate();
+    ASSERT_EQ(worker.GetThreadId(), 0U);
+    ASSERT_EQ(runs, i + 1);
+  }
+}
+
+TEST(Thread, DoesNotStartTwice) {
+  dp::Semaphore go;
+  std::atomic<int> runs{0};
+  Worker worker([&] {
+    ++runs;
+    go.Wait(0);
+  });
+  std::atomic<int> started{0};
+  lmktest::OnThreads(4, [&](int number) { started += worker.Start(number % 2 == 0) ? 1 : 0; });
+  EXPECT_EQ(started, 1);
+  EXPECT_FALSE(worker.Start(true));
+  go.Signal();
+  worker.WaitForThreadToTerminate();
+  EXPECT_EQ(runs, 1);
+}
+
+TEST(Thread, ThatCannotBeCreatedMayBeStartedLater) {
+  int runs = 0;
+  Worker worker([&] { ++runs; });
+  for (const bool synchronous : {true, false}) {
+    const os::fault::Arming noThread(os::fault::Call::kThreadStart);
+    EXPECT_FALSE(worker.Start(synchronous));
+    EXPECT_FALSE(worker.ThreadIsRunning());
+    EXPECT_EQ(worker.GetThreadId(), 0U);
+    worker.WaitForThreadToTerminate();
+    EXPECT_TRUE(worker.Start(synchronous));
+    worker.WaitForThreadToTerminate();
+  }
+  EXPECT_EQ(runs, 2);
+  const os::fault::Arming noMemory(os::fault::Call::kHeapAllocate);  // for the start lock
+  EXPECT_FALSE(worker.Start(true));
+}
+
+TEST(Thread, SurvivesExceptionsOfItsBody) {
+  const std::function<void()> failures[] = {
+      [] { throw std::runtime_error("on purpose"); },
+      [] { throw 7; },
+  };
+  for (const auto& failure : failures) {
+    bool ran = false;
+    Worker inRun(failure);
+    EXPECT_TRUE(inRun.Start(true));
+    Worker inInitialize([&] { ran = true; }, failure, "a name");
+    EXPECT_TRUE(inInitialize.Start(true));
+    inInitialize.WaitForThreadToTerminate();
+    inRun.WaitForThreadToTerminate();
+    EXPECT_FALSE(ran);
+    EXPECT_EQ(inRun.GetThreadId(), 0U);
+  }
+}
+
+TEST(Thread, ManyMayWaitForOneThatStartsAgain) {
+  std::atomic<bool> stop{false};
+  Worker worker({});
+  std::thread starter([&] {
+    for (int i = 0; i < 100; ++i) {
+      worker.Start(false);
+      worker.WaitForThreadToTerminate();
+    }
+    stop = true;
+  });
+  lmktest::OnThreads(3, [&](int) {
+    while (!stop) {
+      worker.WaitForThreadToTerminate();
+      static_cast<void>(worker.ThreadIsRunning());
+      dp::Thread::Yield();
+    }
+  });
+  starter.join();
+}
+
+TEST(Thread, ItsDestructorWaits) {
+  std::atomic<bool> done{false};
+  dp::Semaphore running;
+  {
+    Worker worker([&] {
+      running.Signal();
+      lmktest::GiveOthersTime();
+      done = true;
+    });
+    ASSERT_TRUE(worker.Start(false));
+    running.Wait(0);
+  }
+  EXPECT_TRUE(done);
+}
+
+TEST(Thread, DoesNotWaitForItself) {
+  bool returned = false;
+  Worker* self = nullptr;
+  Worker worker([&] {
+    self->WaitForThreadToTerminate();
+    returned = true;
+  });
+  self = &worker;
+  worker.Start(false);
+  worker.WaitForThreadToTerminate();
+  EXPECT_TRUE(returned);
+}
+
+std::atomic<int> selfDestroyed{0};
+
+class DestroysItself : public dp::Thread {
+ public:
+  void Run() override {
+    ScheduleAtThreadExitCall(1, [] { ++selfDestroyed; });
+    delete this;
+    EXPECT_EQ(GetCurrentThread(), nullptr);
+  }
+};
+
+TEST(Thread, MayDestroyItsObject) {
+  selfDestroyed = 0;
+  constexpr int kThreads = 40;
+  for (int i = 0; i < kThreads; ++i) {
+    auto thread = std::make_unique<DestroysItself>();
+    ASSERT_TRUE(thread.release()->Start(i % 2 == 0));
+  }
+  lmktest::WaitUntil([] { return selfDestroyed == kThreads; });
+}
+
+std::string exitCalls;
+template <char Name>
+void ExitCall() {
+  exitCalls += Name;
+}
+void ExitCallThatThrows() {
+  exitCalls += '!';
+  throw std::runtime_error("from an exit call");
+}
+void ExitCallThatSchedules() {
+  exitCalls += '+';
+  dp::Thread::GetCurrentThread()->ScheduleAtThreadExitCall(4, ExitCall<'n'>);
+}
+
+TEST(Thread, RunsItsExitCallsInOrder) {
+  std::string bodyDone;
+  Worker worker([&] {
+    dp::Thread& self = *dp::Thread::GetCurrentThread();
+    self.ScheduleAtThreadExitCall(5, ExitCall<'c'>);
+    self.ScheduleAtThreadExitCall(2, ExitCallThatThrows);
+    self.ScheduleAtThreadExitCall(5, ExitCall<'b'>);
+    self.ScheduleAtThreadExitCall(1, ExitCall<'x'>);
+    self.ScheduleAtThreadExitCall(3, ExitCallThatSchedules);
+    self.CancelAtThreadExitCall(ExitCall<'x'>);
+    bodyDone = exitCalls;
+    throw std::runtime_error("the calls run all the same");
+  });
+  exitCalls.clear();
+  worker.ScheduleAtThreadExitCall(9, ExitCall<'d'>);
+  ASSERT_TRUE(worker.Start(false));
+  worker.WaitForThreadToTerminate();
+  EXPECT_EQ(bodyDone, "");
+  EXPECT_EQ(exitCalls, "!+nbcd");
+  worker.ScheduleAtThreadExitCall(1, ExitCall<'z'>);  // never run: dropped with the object
+}
+
+TEST(Thread, HasTheStackThatItAskedFor) {
+  const auto useStack = [](std::size_t size) {
+    volatile char* const block = static_cast<volatile char*>(__builtin_alloca(size));
+    for (std::size_t i = 0; i < size; i += 1024) block[i] = 1;
+  };
+  Worker usual([&] { useStack(160 * 1024); });
+  Worker large([&] { useStack(3 * 1024 * 1024); }, {}, "large", 4 * 1024 * 1024);
+  Worker tiny({}, {}, "a name longer than systems take", 1);
+  for (Worker* worker : {&usual, &large, &tiny}) {
+    EXPECT_TRUE(worker->Start(true));
+    worker->WaitForThreadToTerminate();
+  }
+}
+
+}  // namespace
