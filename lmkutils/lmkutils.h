@@ -35,13 +35,16 @@
 #include "lmkutils/time/time.h"
 #include "lmkutils/time/time_val.h"
 #include "lmkutils/time/timer.h"
+#include "lmkutils/trace/file_consumer.h"
 #include "lmkutils/trace/lm_debug_tracer.h"
 #include "lmkutils/trace/lm_null_tracer.h"
 #include "lmkutils/trace/lm_trace_controller.h"
 #include "lmkutils/trace/lm_tracer.h"
 #include "lmkutils/trace/printf_formatter.h"
+#include "lmkutils/trace/stream_consumer.h"
 #include "lmkutils/trace/trace_consumer.h"
 #include "lmkutils/trace/trace_controller.h"
 #include "lmkutils/trace/trace_formatter.h"
+#include "lmkutils/trace/window_consumer.h"
 
 #endif

@@ -21,7 +21,7 @@ std::size_t CutLength(const char* text, std::size_t limit) {
     const auto byte = static_cast<unsigned char>(text[limit - back]);
     if (byte < 0x80) break;
     if (byte < 0xC0) continue;
-    const std::size_t need = byte < 0xE0 ? 2U : byte < 0xF0 ? 3U : 4U;
+    const std::size_t need = byte < 0xE0 ? 2U : byte < 0xF0 ? 3U : byte < 0xF8 ? 4U : 1U;
     return need > back ? limit - back : limit;
   }
   return limit;

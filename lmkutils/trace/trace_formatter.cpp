@@ -9,6 +9,7 @@
 #include <stdexcept>
 #include <streambuf>
 
+#include "lmkutils/platform/environment.h"
 #include "lmkutils/trace/internal/tracing.h"
 #include "lmkutils/trace/internal/type_name.h"
 #include "lmkutils/trace/printf_formatter.h"
@@ -19,6 +20,15 @@ namespace {
 constexpr std::size_t kBufferSize = 4096;    // of one formatted argument
 constexpr std::size_t kFirstCapacity = 240;  // of the text: most messages fit, so that it grows once
 constexpr std::string_view kUnrecognised = "<unrecognised format string>";
+
+std::string JsonObject(const std::vector<std::string>& pairs) {
+  std::string text = "{";
+  for (std::size_t i = 0; i + 1 < pairs.size(); i += 2) {
+    if (i != 0) text += ", ";
+    text.append("\"").append(pairs[i]).append("\": \"").append(pairs[i + 1]).append("\"");
+  }
+  return text += "}";
+}
 
 std::string ReadableList(const std::vector<std::string>& pairs) {
   std::string text;
@@ -113,7 +123,8 @@ bool TraceFormatter::Format(const char* format, std::va_list& args) noexcept {
 bool TraceFormatter::FormatJson(const std::vector<std::string>& pairs) noexcept {
   if (IsInert()) return false;
   try {
-    Append(ReadableList(pairs));
+    const bool json = Environment::Get("LUMORA_TRACE_FORMAT") == "json";
+    Append(json ? JsonObject(pairs) : ReadableList(pairs));
   } catch (...) {
     return false;
   }

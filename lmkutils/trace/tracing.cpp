@@ -1,21 +1,95 @@
 #include "lmkutils/trace/internal/tracing.h"
 
-namespace dp::internal {
+#include "lmkutils/os/saved_error.h"
+#include "lmkutils/platform/process.h"
+#include "lmkutils/platform/thread.h"
+#include "lmkutils/time/clock.h"
+#include "lmkutils/trace/internal/inside_mark.h"
+#include "lmkutils/trace/internal/trace_controller_impl.h"
 
-constinit std::atomic<TraceState> traceState{TraceState::kOff};
+namespace dp {
+namespace internal {
+namespace {
 
-TraceFormatter MakeRecord(TraceType, const char*, const char*) noexcept {
-  return TraceFormatter();
+constinit std::atomic<std::uint64_t> droppedCount{0};
+constinit thread_local bool insideController = false;
+
+// The answer behind the flag that the tracers look at: makes the controller at the first call of all.
+bool TracingIsOn() noexcept {
+  const TraceState state = traceState.load(std::memory_order_acquire);
+  if (state == TraceState::kOn) return true;
+  if (state == TraceState::kEnded) CountDropped();
+  if (state != TraceState::kUnknown || InsideMark::IsSet()) return false;
+  try {
+    return TraceControllerImpl::Get().IsActive();
+  } catch (...) {
+    return false;
+  }
 }
 
-void TraceFormatted(TraceType, const char*, const char*, const char*, std::va_list&) noexcept {}
+}  // namespace
 
-void TracePairs(TraceType, const char*, const char*, const std::vector<std::string>&) noexcept {}
+constinit std::atomic<TraceState> traceState{TraceState::kUnknown};
 
-bool DebugMaskMatches(unsigned, const char*, const char*) noexcept {
-  return false;
+void CountDropped() noexcept {
+  droppedCount.fetch_add(1, std::memory_order_relaxed);
 }
 
-void Deliver(const TraceFormatter&) noexcept {}
+std::uint64_t DroppedCount() noexcept {
+  return droppedCount.load(std::memory_order_relaxed);
+}
 
-}  // namespace dp::internal
+InsideMark::InsideMark() noexcept : outermost_(!insideController) {
+  insideController = true;
+}
+
+InsideMark::~InsideMark() {
+  if (outermost_) insideController = false;
+}
+
+bool InsideMark::IsSet() noexcept {
+  return insideController;
+}
+
+TraceFormatter MakeRecord(TraceType type, const char* key, const char* subKey) noexcept {
+  const os::SavedError saved;
+  if (!TracingIsOn()) return TraceFormatter();
+  try {
+    return TraceFormatter(du::GetTime(), type, static_cast<int>(Process::GetCurrentProcId()),
+                          static_cast<int>(Thread::GetCurrentThreadId()), key, subKey);
+  } catch (...) {
+    return TraceFormatter();
+  }
+}
+
+void TraceFormatted(TraceType type, const char* key, const char* subKey, const char* format,
+                    std::va_list& args) noexcept {
+  const os::SavedError saved;
+  TraceFormatter record = MakeRecord(type, key, subKey);
+  if (!record.IsInert()) record.Format(format, args);
+}
+
+void TracePairs(TraceType type, const char* key, const char* subKey,
+                const std::vector<std::string>& pairs) noexcept {
+  const os::SavedError saved;
+  MakeRecord(type, key, subKey).FormatJson(pairs);
+}
+
+bool DebugMaskMatches(unsigned mask, const char* key, const char* subKey) noexcept {
+  const os::SavedError saved;
+  if (!TracingIsOn()) return false;
+  const TraceControllerImpl* const controller = TraceControllerImpl::Existing();
+  return controller != nullptr && (mask & controller->GetDebugMask(key, subKey)) != 0;
+}
+
+void Deliver(const TraceFormatter& record) noexcept {
+  const os::SavedError saved;
+  if (TraceControllerImpl* const controller = TraceControllerImpl::Existing()) {
+    controller->Broadcast(record);
+  } else {
+    CountDropped();
+  }
+}
+
+}  // namespace internal
+}  // namespace dp

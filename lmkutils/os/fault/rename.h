@@ -4,17 +4,20 @@
 #ifndef LMKUTILS_OS_FAULT_RENAME_H
 #define LMKUTILS_OS_FAULT_RENAME_H
 
+#define CloseFile RealCloseFile
 #define CounterFrequency RealCounterFrequency
 #define CurrentDirectory RealCurrentDirectory
 #define GetCapabilities RealGetCapabilities
 #define MutexAcquire RealMutexAcquire
 #define MutexRelease RealMutexRelease
 #define MutexTryAcquire RealMutexTryAcquire
+#define OpenForAppending RealOpenForAppending
 #define ReadCounter RealReadCounter
 #define SemaphoreSignal RealSemaphoreSignal
 #define SemaphoreWait RealSemaphoreWait
 #define ThreadStart RealThreadStart
 #define WallSeconds RealWallSeconds
+#define WriteOnce RealWriteOnce
 
 // What other services of the seam call is renamed where it is defined only, so that their calls can fail too.
 #ifdef LMK_REAL_memory

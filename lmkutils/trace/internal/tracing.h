@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <cstdarg>
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -37,6 +38,10 @@ bool DebugMaskMatches(unsigned mask, const char* key, const char* subKey) noexce
 
 // The end of a record: hands it to the controller, or counts it as dropped.
 void Deliver(const TraceFormatter& record) noexcept;
+
+// Records that reached no consumer; see TraceController::GetDroppedCount.
+void CountDropped() noexcept;
+std::uint64_t DroppedCount() noexcept;
 
 }  // namespace dp::internal
 

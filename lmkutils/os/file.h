@@ -1,0 +1,32 @@
+// Files of the system: the primitives. Paths are UTF-8; on Linux '\' counts as '/' and a leading "\\?\" is
+// dropped. Results are 0 or a number of os/system_error.h.
+#ifndef LMKUTILS_OS_FILE_H
+#define LMKUTILS_OS_FILE_H
+
+#include <cstddef>
+#include <cstdint>
+
+#include "lmkutils/os/system_error.h"
+
+namespace os {
+
+// An open file; whoever opened it closes it.
+enum class File : std::intptr_t { kNone = -1 };
+
+// Creates the file or empties it, for writing at its end, whoever else writes to it. Other processes may
+// read, write and delete it meanwhile; children do not inherit it. On failure *file is kNone.
+SystemError OpenForAppending(const char* path, File* file) noexcept;
+
+// One write call, repeated only when it was interrupted before anything was written. *written is how many
+// bytes were taken, fewer than `size` also on success.
+SystemError WriteOnce(File file, const void* data, std::size_t size, std::size_t* written) noexcept;
+
+// The file is gone whatever the result; an error tells that earlier writes may be lost. kNone does nothing.
+SystemError CloseFile(File file) noexcept;
+
+// True for an existing file that is neither a directory nor a device.
+bool IsRegularFile(const char* path) noexcept;
+
+}  // namespace os
+
+#endif

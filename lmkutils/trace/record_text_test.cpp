@@ -1,0 +1,98 @@
+#include "lmkutils/trace/internal/record_text.h"
+
+#include <sstream>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "lmkutils/time/time_val.h"
+
+namespace {
+
+using dp::TraceFormatter;
+using dp::TraceType;
+
+constexpr std::int64_t kTime = 1763371507042;
+
+std::string Local() {
+  return du::LocalTimeVal(kTime).GetString();
+}
+
+TraceFormatter Record(TraceType type, const std::string& text, const char* key = "du",
+                      const char* subKey = "Symbol") {
+  TraceFormatter record(kTime, type, 12, 345, key, subKey);
+  record.DontBroadCast();
+  record << text;
+  return record;
+}
+
+std::string Plain(const TraceFormatter& record) {
+  std::string out;
+  dp::internal::AppendPlainLine(record, out);
+  return out;
+}
+
+std::string Json(const TraceFormatter& record, const std::string& trackingId = "") {
+  std::string out;
+  dp::internal::AppendJsonLine(record, trackingId, out);
+  return out;
+}
+
+std::string Xml(const TraceFormatter& record) {
+  std::string out;
+  dp::internal::AppendXmlElement(record, out);
+  return out;
+}
+
+TEST(RecordText, PlainLines) {
+  EXPECT_EQ("Warning " + Local() + " 12 345 du Symbol two lines \n",
+            Plain(Record(TraceType::Warning, "two\nlines\n")));
+  EXPECT_EQ("Info    " + Local() + " 12 345 du Symbol \r\t\x1B[31m\n",
+            Plain(Record(TraceType::Info, "\r\t\x1B[31m")));
+  EXPECT_EQ("Debug   " + Local() + " 12 345   x\n", Plain(Record(TraceType::Debug, "x", nullptr, nullptr)));
+  EXPECT_EQ("Error   " + Local() + " 12 345 a b c x\n", Plain(Record(TraceType::Error, "x", "a b", "c")));
+  EXPECT_EQ("Info    " + Local() + " 12 345 du Symbol x\n", Plain(Record(static_cast<TraceType>(7), "x")));
+}
+
+TEST(RecordText, JsonLines) {
+  const std::string before =
+      R"({"level" :"warn", "trackingId" :"id \"7\"", "subkey" :"Symbol", "source" :"du", "threadId" :345, "procId" :12, "time" :"9:25:07.042  17 Nov 2025", "message" )";
+  const auto json = [](const std::string& text) {
+    return Json(Record(TraceType::Warning, text), "id \"7\"");
+  };
+  EXPECT_EQ(before + R"(: "plain"})"
+                     "\n",
+            json("plain"));
+  EXPECT_EQ(before + R"(: "q\" b\\ \b\f\n\r\t \u0001\u001b\u001f)"
+                     "\x7F\"}\n",
+            json("q\" b\\ \b\f\n\r\t \x01\x1B\x1F\x7F"));
+  EXPECT_EQ(before + R"(: "a\u0000b"})"
+                     "\n",
+            json(std::string("a\0b", 3)));
+  EXPECT_EQ(before + ": \"\xEF\xBF\xBD \xC3\xA4 \xEF\xBF\xBD\"}\n", json("\xFF \xC3\xA4 \xE2\x82"));
+  EXPECT_EQ(before + R"(:{"a": "1"}})"
+                     "\n",
+            json(R"({"a": "1"})"));
+  EXPECT_EQ(before + ":{ \"a\" : \"\xEF\xBF\xBD\" }}\n", json("{\n\"a\"\t: \"\xFF\"\r}"));
+  for (const char* text : {"{", "}", "{a} b", "a {b}", "[1]"})
+    EXPECT_EQ(before + ": \"" + text + "\"}\n", json(text));
+  EXPECT_NE(std::string::npos,
+            Json(Record(TraceType::Info, "x", "a\"b", nullptr)).find(R"("subkey" :"", "source" :"a\"b")"));
+}
+
+TEST(RecordText, XmlElements) {
+  EXPECT_EQ("<lmtrace:mesg type = \"Error\" time = \"" + Local() +
+                "\">\n<lmtrace:id proc = \"12\" thread = \"345\"/>\n"
+                "<lmtrace:sourceid source = \"d&quot;u\" subkey = \"S&amp;\"/>\n"
+                "&amp; &lt;a&gt; &apos;&quot; ]]&gt;\r\n\t</lmtrace:mesg>\n",
+            Xml(Record(TraceType::Error, "& <a> '\" ]]>\r\n\t", "d\"u", "S&")));
+  // What XML 1.0 cannot hold, each as U+FFFD; U+FFFD, U+FFFB and U+10FFFF are allowed.
+  std::string out;
+  const std::string controls("\0\x01\x1F", 3);
+  dp::internal::AppendXmlText(
+      controls + "|\xFF|\xEF\xBF\xBE\xEF\xBF\xBF|\xEF\xBF\xBD\xEF\xBF\xBB\xF4\x8F\xBF\xBF", out);
+  const std::string bad = "\xEF\xBF\xBD";
+  EXPECT_EQ(bad + bad + bad + "|" + bad + "|" + bad + bad + "|" + bad + "\xEF\xBF\xBB\xF4\x8F\xBF\xBF", out);
+}
+
+}  // namespace

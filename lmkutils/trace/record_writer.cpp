@@ -1,0 +1,50 @@
+#include "lmkutils/trace/internal/record_writer.h"
+
+#include "lmkutils/platform/environment.h"
+#include "lmkutils/trace/internal/record_text.h"
+
+namespace dp::internal {
+namespace {
+
+constexpr std::size_t kKeptCapacity = 64 * 1024;
+
+std::string_view Trimmed(std::string_view text) {
+  constexpr std::string_view kBlanks = " \t\r\n\v\f";
+  const std::size_t first = text.find_first_not_of(kBlanks);
+  if (first == text.npos) return {};
+  return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
+}
+
+}  // namespace
+
+RecordWriter::RecordWriter()
+    : format_(Environment::Get("LUMORA_TRACE_FORMAT")),
+      levels_(Environment::Get("LUMORA_TRACE_LEVEL")),
+      trackingId_(Environment::Get("TRACKING_ID")),
+      json_(format_ == "json") {}
+
+std::string_view RecordWriter::Write(const TraceFormatter& record) {
+  if (record.IsInert()) return {};
+  if (text_.capacity() > kKeptCapacity) text_ = std::string();
+  text_.clear();
+  if (xml_) {
+    AppendXmlElement(record, text_);
+  } else if (!json_) {
+    AppendPlainLine(record, text_);
+  } else if (Wants(record.GetLevel())) {
+    AppendJsonLine(record, trackingId_, text_);
+  }
+  return text_;
+}
+
+bool RecordWriter::Wants(std::string_view level) const noexcept {
+  if (levels_.empty()) return true;
+  for (std::string_view rest = levels_;;) {
+    const std::size_t comma = rest.find(',');
+    if (Trimmed(rest.substr(0, comma)) == level) return true;
+    if (comma == rest.npos) return false;
+    rest.remove_prefix(comma + 1);
+  }
+}
+
+}  // namespace dp::internal
