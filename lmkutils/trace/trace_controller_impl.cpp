@@ -7,6 +7,7 @@
 #include "lmkutils/os/capabilities.h"
 #include "lmkutils/os/fork_hooks.h"
 #include "lmkutils/os/saved_error.h"
+#include "lmkutils/os/thread.h"
 #include "lmkutils/os/viewer_window.h"
 #include "lmkutils/platform/environment.h"
 #include "lmkutils/platform/internal/lazy_spin_lock.h"
@@ -15,7 +16,6 @@
 #include "lmkutils/platform/lm_info.h"
 #include "lmkutils/platform/lm_sys_info.h"
 #include "lmkutils/platform/process.h"
-#include "lmkutils/platform/thread.h"
 #include "lmkutils/time/clock.h"
 #include "lmkutils/trace/internal/environment_consumer.h"
 #include "lmkutils/trace/internal/inside_mark.h"
@@ -53,7 +53,7 @@ bool Takes(TraceConsumer& consumer, const TraceFormatter& record) noexcept {
 
 void WriteHeader(TraceConsumer& consumer) {
   TraceFormatter header(du::GetTime(), TraceType::Info, static_cast<int>(Process::GetCurrentProcId()),
-                        static_cast<int>(Thread::GetCurrentThreadId()), "TraceConsumer", "Trace");
+                        static_cast<int>(os::CurrentThreadId()), "TraceConsumer", "Trace");
   header.DontBroadCast();
   header << "Version: "
          << "20.0.0.0"

@@ -1,8 +1,8 @@
 #include "lmkutils/trace/internal/tracing.h"
 
 #include "lmkutils/os/saved_error.h"
+#include "lmkutils/os/thread.h"
 #include "lmkutils/platform/process.h"
-#include "lmkutils/platform/thread.h"
 #include "lmkutils/time/clock.h"
 #include "lmkutils/trace/internal/inside_mark.h"
 #include "lmkutils/trace/internal/trace_controller_impl.h"
@@ -56,7 +56,7 @@ TraceFormatter MakeRecord(TraceType type, const char* key, const char* subKey) n
   if (!TracingIsOn()) return TraceFormatter();
   try {
     return TraceFormatter(du::GetTime(), type, static_cast<int>(Process::GetCurrentProcId()),
-                          static_cast<int>(Thread::GetCurrentThreadId()), key, subKey);
+                          static_cast<int>(os::CurrentThreadId()), key, subKey);
   } catch (...) {
     return TraceFormatter();
   }
