@@ -107,9 +107,6 @@ std::string_view FileSpec::ParseDriveAndDirectories(std::string_view text, TextW
   absolute_ = rooted || drive.sharePresent;
   if (rooted && drive_.empty()) TakeCurrentDrive(drive_);
 
-  // Bounded, since a text may be mere separators.
-  constexpr std::size_t kMostReserved = 64;
-  directories_.reserve(std::min(internal::CountSeparators(text), kMostReserved));
   std::size_t count = 0;
   for (std::string_view name; internal::NextDirectory(text, name);) PutDirectory(count++, name);
   directories_.erase(directories_.begin() + static_cast<std::ptrdiff_t>(count), directories_.end());
@@ -128,6 +125,9 @@ void FileSpec::PutDirectory(std::size_t index, std::string_view name) {
     return;
   }
   CheckRoom(1);
+  // One allocation serves most paths; counting their separators first costs more than the room.
+  constexpr std::size_t kUsualDepth = 8;
+  if (directories_.capacity() == 0) directories_.reserve(kUsualDepth);
   directories_.emplace_back(name);
 }
 

@@ -79,10 +79,6 @@ bool NextDirectory(std::string_view& rest, std::string_view& name) noexcept {
   }
 }
 
-std::size_t CountSeparators(std::string_view text) noexcept {
-  return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), FileSpec::IsDirSeparator));
-}
-
 FileName SplitAtLastDot(std::string_view name) noexcept {
   const std::size_t dot = name.rfind(FileSpec::EXT_SEP_CHAR);
   const bool dotsAlone = name.find_first_not_of(FileSpec::EXT_SEP_CHAR) == std::string_view::npos;

@@ -25,9 +25,6 @@ DriveScan ScanDrive(std::string_view text, std::string& drive);
 // what follows the last separator.
 bool NextDirectory(std::string_view& rest, std::string_view& name) noexcept;
 
-// Upper bound of what NextDirectory will give.
-std::size_t CountSeparators(std::string_view text) noexcept;
-
 struct FileName {
   std::string_view base;
   std::string_view extension;  // without the '.'
