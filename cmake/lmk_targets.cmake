@@ -114,21 +114,26 @@ endif()
 function(lmk_discover target)
   gtest_discover_tests(${target}
     DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 120
-    TEST_PREFIX "${target}." PROPERTIES TIMEOUT 120)
+    TEST_PREFIX "${target}." PROPERTIES TIMEOUT 120 ${ARGN})
 endfunction()
 
-# lmk_add_tests(NAME SOURCES... [LIBRARIES ...]): a white-box test program over the objects and the fault face.
+# lmk_add_tests(NAME [SERIAL] SOURCES... [LIBRARIES ...]): a white-box test program over the objects and the fault
+# face; SERIAL when its tests change what every process on the machine sees.
 function(lmk_add_tests name)
   if(NOT LMK_BUILD_TESTS)
     return()
   endif()
-  cmake_parse_arguments(arg "" "" "SOURCES;LIBRARIES" ${ARGN})
+  cmake_parse_arguments(arg "SERIAL" "" "SOURCES;LIBRARIES" ${ARGN})
   add_executable(${name} ${arg_SOURCES} $<TARGET_OBJECTS:lmk_objects> $<TARGET_OBJECTS:lmk_os_fault>)
   lmk_settings(${name})
   target_compile_definitions(${name} PRIVATE LMK_STATIC)
   target_link_libraries(${name} PRIVATE lmk_testing ${arg_LIBRARIES} GTest::gmock Threads::Threads
     $<TARGET_PROPERTY:lmkutils,LMK_SYSTEM_LIBRARIES>)
-  lmk_discover(${name})
+  if(arg_SERIAL)
+    lmk_discover(${name} RUN_SERIAL TRUE)
+  else()
+    lmk_discover(${name})
+  endif()
 endfunction()
 
 # lmk_add_black_box_tests(NAME SOURCES...): a test program over the shared library, as any caller links it.
