@@ -1,0 +1,240 @@
+#include "lmkutils/l10n/lmtrb.h"
+
+#include <algorithm>
+#include <array>
+#include <cassert>
+#include <cstring>
+#include <memory>
+#include <new>
+#include <ostream>
+#include <string_view>
+
+#include "lmkutils/l10n/internal/entry_reader.h"
+#include "lmkutils/l10n/internal/message_text.h"
+#include "lmkutils/l10n/internal/tag_index.h"
+#include "lmkutils/l10n/internal/text_arena.h"
+#include "lmkutils/l10n/localizer_error.h"
+#include "lmkutils/text/corrupt_message.h"
+#include "lmkutils/text/internal/lasting_symbol.h"
+#include "lmkutils/trace/lm_tracer.h"
+
+namespace du {
+namespace {
+
+using internal::EntryReader;
+using internal::Segment;
+
+constexpr std::string_view kStoredKey = "value";
+constexpr std::size_t kExpectedEntries = 512;
+
+const char* OrEmpty(const char* text) noexcept {
+  return text != nullptr ? text : "";
+}
+
+dp::TraceFormatter Warning() {
+  static const dp::LMTracer tracer("utils", "Lmtrb");
+  return tracer(dp::TraceType::Warning);
+}
+
+void ReportUnknownTag(const char* tag, const std::string& fileName) {
+  Warning() << "LocalizeMessage():- "
+            << "Failed to localize string with table(Unknown tag \"" << tag << "\" in  file \"" << fileName
+            << "\".) ";
+}
+
+void ReportWrongCount(const char* tag, std::size_t given, std::int32_t expected) {
+  Warning() << "LocalizeMessage():- "
+            << "Failed to localize string with table("
+            << "could not build localized string for tag \"" << tag
+            << "\" (Incorrect number of arguments: got " << given << ", expected " << expected << ").) ";
+}
+
+bool TakesArguments(std::int32_t expected, std::size_t given, const char* tag, bool report) {
+  if (given == static_cast<std::size_t>(expected)) return true;
+  if (report) ReportWrongCount(tag, given, expected);
+  return false;
+}
+
+// Joins short messages first: one call into the stream costs as much as copying a hundred bytes.
+class PieceWriter {
+ public:
+  explicit PieceWriter(std::ostream& out) : out_(out) {}
+  PieceWriter(const PieceWriter&) = delete;
+  PieceWriter& operator=(const PieceWriter&) = delete;
+
+  void Add(const char* bytes, std::size_t count) {
+    if (count > buffer_.size() - used_) {
+      Flush();
+      if (count > buffer_.size()) {
+        out_.write(bytes, static_cast<std::streamsize>(count));
+        return;
+      }
+    }
+    if (count != 0) std::memcpy(buffer_.data() + used_, bytes, count);
+    used_ += count;
+  }
+  void Flush() {
+    if (used_ != 0) out_.write(buffer_.data(), static_cast<std::streamsize>(used_));
+    used_ = 0;
+  }
+
+ private:
+  std::ostream& out_;
+  std::size_t used_ = 0;
+  std::array<char, 512> buffer_;
+};
+
+// `segment` is the first of those of `text`; the last one is the one without an argument.
+void WriteMessage(std::ostream& out, const char* text, const Segment* segment,
+                  const std::vector<std::string>& args) {
+  PieceWriter writer(out);
+  for (;; ++segment) {
+    writer.Add(text + segment->start, static_cast<std::size_t>(segment->length));
+    if (segment->argument < 0) break;
+    const std::string& argument = args[static_cast<std::size_t>(segment->argument)];
+    writer.Add(argument.data(), argument.size());
+  }
+  writer.Flush();
+}
+
+}  // namespace
+
+class Lmtrb::Impl : public CommonAllocated {
+ public:
+  // One compiled message. The texts are interned when they are asked for as symbols, in AddAllStrings:
+  // building messages never needs that, and two new symbols cost more than all the rest of loading a message.
+  struct Entry {
+    const char* tag;
+    const char* text;  // unescaped, its placeholders still in it
+    std::uint32_t tagLength;
+    std::int32_t textLength;
+    std::uint32_t firstSegment;
+    std::int32_t argumentCount;
+  };
+
+  Impl(std::istream& in, const std::string& fileName, PseudoLocalizeOption option) : fileName_(fileName) {
+    Load(in, option == kPseudoLocalize);
+  }
+
+  Symbol GetDebugClassName() const override {
+    static const internal::LastingSymbol name("Lmtrb::Impl");
+    return name.Get();
+  }
+
+  // Null, and a report if asked for, when there is no such tag.
+  const Entry* Find(const char* tag, bool report) const {
+    const std::int32_t index = index_.Find(tag);
+    if (index != internal::TagIndex::kNone) return &entries_[static_cast<std::size_t>(index)];
+    if (report) ReportUnknownTag(tag, fileName_);
+    return nullptr;
+  }
+  const Segment* Segments(const Entry& entry) const { return segments_.data() + entry.firstSegment; }
+  const std::vector<Entry>& Entries() const { return entries_; }
+
+ private:
+  void Load(std::istream& in, bool pseudoLocalize);
+  void AddEntry(const EntryReader::Line& line, bool pseudoLocalize);
+  void BuildIndex();
+
+  internal::TextArena texts_;
+  std::vector<Entry> entries_;     // in file order
+  std::vector<Segment> segments_;  // of all entries, in their order
+  internal::TagIndex index_;
+  std::string fileName_;
+};
+
+void Lmtrb::Impl::Load(std::istream& in, bool pseudoLocalize) {
+  entries_.reserve(kExpectedEntries);
+  EntryReader reader(in);
+  for (EntryReader::Line line; reader.Next(line);) {
+    if (line.key == kStoredKey) AddEntry(line, pseudoLocalize);
+  }
+  BuildIndex();  // before the other faults: a repeated tag stands before what stopped the reader
+  if (!reader.ReachedEnd() || entries_.empty()) throw LocalizerError("No recognizable content.");
+  entries_.shrink_to_fit();
+  segments_.shrink_to_fit();
+}
+
+void Lmtrb::Impl::AddEntry(const EntryReader::Line& line, bool pseudoLocalize) {
+  char* text = line.value;
+  std::size_t length = line.valueLength;
+  std::string corrupt;
+  if (pseudoLocalize) {
+    corrupt = CorruptMessage(std::string_view(text, length));
+    text = corrupt.data();
+    length = corrupt.size();
+  }
+  length = internal::Unescape(text, length);
+  if (const void* const nul = std::memchr(text, '\0', length)) {  // as where a symbol ends
+    length = static_cast<std::size_t>(static_cast<const char*>(nul) - text);
+  }
+  if (std::max(length, line.tag.size()) > internal::kMaxTextLength || segments_.size() > 0xFFFFFFFFU) {
+    throw std::bad_alloc();
+  }
+  Entry entry{.tag = texts_.Add(line.tag),
+              .text = texts_.Add({text, length}),
+              .tagLength = static_cast<std::uint32_t>(line.tag.size()),
+              .textLength = static_cast<std::int32_t>(length),
+              .firstSegment = static_cast<std::uint32_t>(segments_.size()),
+              .argumentCount = internal::CutAtPlaceholders({text, length}, segments_)};
+  entries_.push_back(entry);
+}
+
+void Lmtrb::Impl::BuildIndex() {
+  std::vector<std::string_view> tags;
+  tags.reserve(entries_.size());
+  for (const Entry& entry : entries_) tags.emplace_back(entry.tag, entry.tagLength);
+  const std::int32_t duplicate = index_.Build(tags);
+  assert(duplicate != internal::TagIndex::kNone || index_.IsConsistent(tags));
+  if (duplicate == internal::TagIndex::kNone) return;
+  throw LocalizerError("Duplicate tag \"" + std::string(tags[static_cast<std::size_t>(duplicate)]) + "\".");
+}
+
+Lmtrb::Lmtrb(std::istream& in, const std::string& fileName, PseudoLocalizeOption option)
+    : impl_(new Impl(in, fileName, option)) {}
+
+Lmtrb::~Lmtrb() {
+  delete impl_;
+}
+
+Symbol Lmtrb::GetDebugClassName() const {
+  static const internal::LastingSymbol name("Lmtrb");
+  return name.Get();
+}
+
+bool Lmtrb::BuildLocalizedString(std::ostream& out, const char* tag, bool report) const {
+  const char* const name = OrEmpty(tag);
+  const Impl::Entry* const entry = impl_->Find(name, report);
+  if (entry == nullptr || !TakesArguments(entry->argumentCount, 0, name, report)) return false;
+  out.write(entry->text, entry->textLength);
+  return true;
+}
+
+bool Lmtrb::BuildLocalizedString(std::ostream& out, const char* tag, bool report,
+                                 const std::vector<std::string>& args) const {
+  const char* const name = OrEmpty(tag);
+  const Impl::Entry* const entry = impl_->Find(name, report);
+  if (entry == nullptr || !TakesArguments(entry->argumentCount, args.size(), name, report)) return false;
+  WriteMessage(out, entry->text, impl_->Segments(*entry), args);
+  return true;
+}
+
+bool Lmtrb::BuildLocalizedStringFromExternal(std::ostream& out, const char* tag, const char* text,
+                                             bool report, const std::vector<std::string>& args) const {
+  std::string unescaped(OrEmpty(text));
+  unescaped.resize(internal::Unescape(unescaped.data(), unescaped.size()));
+  if (unescaped.size() > internal::kMaxTextLength) throw std::bad_alloc();
+  std::vector<Segment> segments;
+  const std::int32_t argumentCount = internal::CutAtPlaceholders(unescaped, segments);
+  if (!TakesArguments(argumentCount, args.size(), OrEmpty(tag), report)) return false;
+  WriteMessage(out, unescaped.data(), segments.data(), args);
+  return true;
+}
+
+void Lmtrb::AddAllStrings(HashMap<Symbol, Symbol>& map) const {
+  for (const Impl::Entry& entry : impl_->Entries()) {
+    map.try_emplace(Symbol(entry.tag), Symbol(entry.text));
+  }
+}
+
+}  // namespace du
