@@ -9,7 +9,8 @@
 #include <gtest/gtest.h>
 
 #include "lmkutils/os/fault/fault.h"
-#include "lmkutils/platform/internal/thread_records.h"
+#include "lmkutils/platform/internal/holder_records.h"
+#include "lmkutils/platform/semaphore.h"
 #include "lmkutils/testing/threads.h"
 
 namespace {
@@ -259,15 +260,29 @@ TEST(ReadWriteLock, WithoutMemoryThrowsAndChangesNothing) {
     EXPECT_ANY_THROW(ReadWriteLock());
   }
   ReadWriteLock lock;
+  dp::Semaphore arrived;
+  dp::Semaphore go;
+  std::thread crowd([&] {  // takes all records that need no memory
+    lmktest::OnThreads(8, [&](int) {
+      lock.ReadLock();
+      arrived.Signal();
+      go.Wait(0);
+      lock.ReadUnlock();
+    });
+  });
+  for (int i = 0; i < 8; ++i) arrived.Wait(0);
   {
     const Arming noMemory(os::fault::Call::kHeapAllocate, {.count = os::fault::kForEver});
     EXPECT_THROW(lock.ReadLock(), std::bad_alloc);
     EXPECT_THROW(lock.WriteLock(), std::bad_alloc);
     EXPECT_THROW(static_cast<void>(lock.TryReadLock()), std::bad_alloc);
-    EXPECT_THROW(static_cast<void>(lock.TryWriteLock()), std::bad_alloc);
+    EXPECT_FALSE(lock.TryWriteLock());
   }
+  EXPECT_EQ(SeenByOthers(lock), "reading");
+  Perform(lock, "rR");
+  go.Signal(8);
+  crowd.join();
   EXPECT_EQ(SeenByOthers(lock), "free");
-  Perform(lock, "wrWR");
 }
 
 TEST(ReadWriteLock, IgnoresUnlocksOfWhatIsNotHeld) {
@@ -284,21 +299,35 @@ TEST(ReadWriteLock, IgnoresUnlocksOfWhatIsNotHeld) {
   EXPECT_EQ(SeenByOthers(lock), "free");
 }
 
-// Threads come and go; records must not.
-TEST(ThreadRecords, AreClaimedAgain) {
-  dp::internal::ThreadRecords records;
-  for (std::uintptr_t thread = 1; thread <= 1000; ++thread) {
-    dp::internal::ThreadRecord& record = records.Obtain(thread * 4096);
-    EXPECT_EQ(&record, &records.Obtain(thread * 4096));
-    EXPECT_EQ(&record, records.Find(thread * 4096));
-    ++record.readDepth;
-    records.GiveUpIfIdle(record);
-    EXPECT_EQ(&record, records.Find(thread * 4096));
-    --record.readDepth;
-    records.GiveUpIfIdle(record);
-    EXPECT_EQ(records.Find(thread * 4096), nullptr);
+// More holders at once than the lock has records of its own.
+TEST(ReadWriteLock, ServesManyHoldersAtOnce) {
+  constexpr int kReaders = 24;
+  ReadWriteLock lock;
+  for (int round = 0; round < 3; ++round) {
+    std::atomic<int> reading{0};
+    lmktest::OnThreads(kReaders, [&](int number) {
+      Perform(lock, "rr");
+      ++reading;
+      lmktest::WaitUntil([&] { return reading >= kReaders; });
+      Perform(lock, number % 2 == 0 ? "RwWR" : "RYR");
+    });
+    EXPECT_EQ(SeenByOthers(lock), "free");
   }
-  EXPECT_LE(records.Count(), 8U);
+}
+
+// Threads come and go; records must not.
+TEST(HolderRecords, OfTheListAreClaimedAgain) {
+  dp::internal::HolderRecords records;
+  for (std::uintptr_t thread = 1; thread <= 100; ++thread) {
+    dp::internal::HolderRecord& first = records.ClaimFromList(thread);
+    dp::internal::HolderRecord& second = records.ClaimFromList(thread + 1000);
+    EXPECT_EQ(records.Find(0, thread), &first);
+    EXPECT_EQ(records.Find(0, thread + 1000), &second);
+    records.GiveUp(first);
+    EXPECT_EQ(records.Find(0, thread), nullptr);
+    records.GiveUp(second);
+  }
+  EXPECT_EQ(records.ListLength(), 2U);
 }
 
 }  // namespace

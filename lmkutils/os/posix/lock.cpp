@@ -5,44 +5,56 @@
 
 #include "lmkutils/os/memory.h"
 #include "lmkutils/os/posix/futex.h"
-#include "lmkutils/os/thread.h"
+#include "lmkutils/os/posix/thread_token.h"
 
 namespace os {
 
-// The uncontended pair is one compare-and-swap and one exchange. `owner` is written by the owner only, so a
-// thread that reads its own token there is the owner, whatever else it may read.
+// The uncontended pair is one compare-and-swap and one exchange of the owner's token. The kernel watches the
+// word's lower half; should that be the same for two owners, both hold an awaited lock, and sleeping is
+// right.
 struct Lock {
   explicit Lock(unsigned spins) noexcept : spinCount(spins) {}
 
-  std::atomic<std::uint32_t> state{kFree};
+  std::atomic<std::uintptr_t> word{0};  // the owner's token, or 0; and kAwaited
+  unsigned depth = 0;                   // acquisitions beyond the first; the owner's
   const unsigned spinCount;
-  std::atomic<std::uintptr_t> owner{0};
-  unsigned depth = 0;  // acquisitions beyond the first; the owner's
-
-  static constexpr std::uint32_t kFree = 0;
-  static constexpr std::uint32_t kHeld = 1;
-  static constexpr std::uint32_t kHeldAndAwaited = 2;  // its release wakes a thread
 };
 
 namespace {
 
-bool Take(Lock& lock, std::uint32_t as) noexcept {
-  std::uint32_t expected = Lock::kFree;
-  return lock.state.load(std::memory_order_relaxed) == expected &&
-         lock.state.compare_exchange_strong(expected, as, std::memory_order_acquire,
-                                            std::memory_order_relaxed);
+constexpr std::uintptr_t kAwaited = 1;  // the release wakes a thread
+
+bool Take(Lock& lock, std::uintptr_t as) noexcept {
+  std::uintptr_t nobody = 0;
+  return lock.word.compare_exchange_strong(nobody, as, std::memory_order_acquire, std::memory_order_relaxed);
 }
 
-// Out of line, so that the fast way stays short. Whoever has slept takes the lock as awaited, since others
-// may sleep still; at worst one wake-up finds nobody.
-[[gnu::noinline]] void TakeContended(Lock& lock) noexcept {
+// Whoever has slept takes the lock as awaited, since others may sleep still; at worst one wake-up finds
+// nobody.
+void Sleep(Lock& lock, std::uintptr_t self) noexcept {
+  std::uintptr_t seen = lock.word.load(std::memory_order_relaxed);
+  for (;;) {
+    if (seen == 0) {
+      if (Take(lock, self | kAwaited)) return;
+    } else if ((seen & kAwaited) != 0 ||
+               lock.word.compare_exchange_strong(seen, seen | kAwaited, std::memory_order_relaxed)) {
+      FutexWait(&lock.word, static_cast<std::uint32_t>(seen | kAwaited));
+    }
+    seen = lock.word.load(std::memory_order_relaxed);
+  }
+}
+
+// Out of line, so that the fast way stays short.
+[[gnu::noinline]] void AcquireHeld(Lock& lock, std::uintptr_t self) noexcept {
+  if ((lock.word.load(std::memory_order_relaxed) & ~kAwaited) == self) {
+    ++lock.depth;
+    return;
+  }
   for (unsigned tries = lock.spinCount; tries != 0; --tries) {
     PauseProcessor();
-    if (Take(lock, Lock::kHeld)) return;
+    if (lock.word.load(std::memory_order_relaxed) == 0 && Take(lock, self)) return;
   }
-  while (lock.state.exchange(Lock::kHeldAndAwaited, std::memory_order_acquire) != Lock::kFree) {
-    FutexWait(&lock.state, Lock::kHeldAndAwaited);
-  }
+  Sleep(lock, self);
 }
 
 }  // namespace
@@ -57,27 +69,16 @@ void LockDestroy(Lock* lock) noexcept {
 }
 
 void LockAcquire(Lock* lock) noexcept {
-  const std::uintptr_t self = CurrentThreadToken();
-  std::uint32_t expected = Lock::kFree;
-  if (!lock->state.compare_exchange_strong(expected, Lock::kHeld, std::memory_order_acquire,
-                                           std::memory_order_relaxed)) {
-    if (lock->owner.load(std::memory_order_relaxed) == self) {
-      ++lock->depth;
-      return;
-    }
-    TakeContended(*lock);
-  }
-  lock->owner.store(self, std::memory_order_relaxed);
+  const std::uintptr_t self = ThreadToken();
+  if (!Take(*lock, self)) AcquireHeld(*lock, self);
 }
 
 bool LockTryAcquire(Lock* lock) noexcept {
-  const std::uintptr_t self = CurrentThreadToken();
-  if (lock->owner.load(std::memory_order_relaxed) == self) {
-    ++lock->depth;
-    return true;
-  }
-  if (!Take(*lock, Lock::kHeld)) return false;
-  lock->owner.store(self, std::memory_order_relaxed);
+  const std::uintptr_t self = ThreadToken();
+  const std::uintptr_t seen = lock->word.load(std::memory_order_relaxed);
+  if (seen == 0) return Take(*lock, self);
+  if ((seen & ~kAwaited) != self) return false;
+  ++lock->depth;
   return true;
 }
 
@@ -86,11 +87,8 @@ bool LockTryAcquire(Lock* lock) noexcept {
 void LockRelease(Lock* lock) noexcept {
   if (lock->depth != 0) {
     --lock->depth;
-    return;
-  }
-  lock->owner.store(0, std::memory_order_relaxed);
-  if (lock->state.exchange(Lock::kFree, std::memory_order_release) == Lock::kHeldAndAwaited) {
-    FutexWake(&lock->state, 1);
+  } else if ((lock->word.exchange(0, std::memory_order_release) & kAwaited) != 0) {
+    FutexWake(&lock->word, 1);
   }
 }
 

@@ -13,9 +13,12 @@
 
 #include "lmkutils/os/memory.h"
 #include "lmkutils/os/posix/futex.h"
+#include "lmkutils/os/posix/thread_token.h"
 #include "lmkutils/os/semaphore.h"
 
 namespace os {
+
+constinit thread_local std::uint64_t threadTokenStorage = 0;
 
 // Shared by the thread and its creator. `ended` can be awaited by many, where pthread_join can be called
 // once; the join is left to ThreadClose.
@@ -49,8 +52,7 @@ constexpr std::size_t kStackFactor = 1;
 // Windows reserves stacks in steps of this, so no program asks for less and means it.
 constexpr std::size_t kSmallestStack = 64 * 1024;
 
-// Both are of trivial type and part of the initial set of thread-local storage: reading one is a single load.
-[[gnu::tls_model("initial-exec")]] thread_local char tokenByte;
+// Of trivial type and part of the initial set of thread-local storage: reading it is a single load.
 [[gnu::tls_model("initial-exec")]] thread_local std::uint32_t cachedId;
 
 // The calling thread's number is the only thing that fork changes about it.
@@ -142,7 +144,7 @@ std::uint32_t CurrentThreadId() noexcept {
 }
 
 std::uintptr_t CurrentThreadToken() noexcept {
-  return reinterpret_cast<std::uintptr_t>(&tokenByte);
+  return ThreadToken();
 }
 
 void YieldThread() noexcept {

@@ -7,7 +7,9 @@
 namespace dp::internal {
 
 /// Who holds the lock and who waits, packed into one word so that each step is a single compare-and-swap:
-/// three counts of threads, 21 bits each (more threads than a process can have), and the writer's flag.
+/// three counts of threads, 18 bits each (more than a process can have), the writer's flag, and above them a
+/// few bits that the policy carries along untouched: which of the lock's own records are claimed, see
+/// HolderRecords.
 class ReadWriteState {
  public:
   using Word = std::uint64_t;
@@ -20,17 +22,16 @@ class ReadWriteState {
     bool wait = false;              // at its own gate
   };
 
+  static constexpr unsigned kRecordShift = 55;
+  static constexpr Word kRecordMask = Word{0xFF} << kRecordShift;
+
   static constexpr std::uint32_t ActiveReaders(Word word) noexcept { return Field(word); }
   static constexpr std::uint32_t WaitingReaders(Word word) noexcept { return Field(word >> kBits); }
   static constexpr std::uint32_t WaitingWriters(Word word) noexcept { return Field(word >> (2 * kBits)); }
   static constexpr bool WriterActive(Word word) noexcept { return (word & kWriter) != 0; }
 
-  static constexpr bool MayRead(Word word) noexcept {
-    return !WriterActive(word) && WaitingWriters(word) == 0;
-  }
-  static constexpr bool MayWrite(Word word) noexcept {
-    return !WriterActive(word) && ActiveReaders(word) == 0;
-  }
+  static constexpr bool MayRead(Word word) noexcept { return (word & (kWriter | kWaitingWriters)) == 0; }
+  static constexpr bool MayWrite(Word word) noexcept { return (word & (kWriter | kActiveReaders)) == 0; }
 
   /// Nobody waits for a lock that nobody holds, and only writers keep readers waiting.
   static constexpr bool IsConsistent(Word word) noexcept {
@@ -57,8 +58,6 @@ class ReadWriteState {
                              : Step{.next = without + kWaitingWriter, .wait = true};
   }
 
-  static constexpr Step BeginWriteAtOnce(Word word) noexcept { return {.next = word + kWriter}; }
-
   /// The next writer is preferred, even to the caller that goes on reading; else all readers come in
   /// together.
   static constexpr Step EndWrite(Word word, bool reads) noexcept {
@@ -72,11 +71,14 @@ class ReadWriteState {
   }
 
  private:
-  static constexpr unsigned kBits = 21;
+  static constexpr unsigned kBits = 18;
   static constexpr Word kReader = 1;
   static constexpr Word kWaitingReader = kReader << kBits;
   static constexpr Word kWaitingWriter = kWaitingReader << kBits;
   static constexpr Word kWriter = kWaitingWriter << kBits;
+  static constexpr Word kActiveReaders = kWaitingReader - kReader;
+  static constexpr Word kWaitingWriters = kWriter - kWaitingWriter;
+  static_assert(kWriter << 1 == Word{1} << kRecordShift);
 
   static constexpr std::uint32_t Field(Word word) noexcept {
     return static_cast<std::uint32_t>(word & (kWaitingReader - 1));
