@@ -1,0 +1,245 @@
+#include "lmkutils/text/internal/symbol_table.h"
+
+#include <array>
+#include <map>
+#include <memory>
+#include <random>
+#include <set>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "lmkutils/os/fault/fault.h"
+#include "lmkutils/platform/dead_reference.h"
+#include "lmkutils/text/symbol.h"
+
+namespace {
+
+using du::internal::SymbolEntry;
+using du::internal::SymbolTable;
+
+// A table of its own beside the process's.
+class SymbolTableTest : public testing::Test {
+ protected:
+  static inline constinit dp::internal::LazySpinLock lock;
+
+  const char* Intern(const std::string& text) { return table->Intern(text.data(), text.size()); }
+  unsigned Items() { return table->CollectStatistics().items; }
+  void ExpectSound() { EXPECT_STREQ(nullptr, table->FindFault()); }
+
+  std::unique_ptr<SymbolTable> table = std::make_unique<SymbolTable>(lock);
+};
+
+// The model knows which texts are in use and which wait for the next sweep.
+TEST_F(SymbolTableTest, AgreesWithAModelOverRandomOperations) {
+  std::mt19937 random(11);
+  std::vector<const char*> handles;
+  std::map<std::string, unsigned> inUse;
+  std::map<std::string, const char*> place;
+  std::set<std::string> pending;
+  for (int step = 0; step < 60000; ++step) {
+    // Longer phases of growing and of shrinking.
+    const bool grow = handles.empty() || random() % 100 < (step / 5000 % 2 == 0 ? 60u : 40u);
+    if (grow) {
+      const auto number = static_cast<unsigned>(random() % 900);
+      const std::string text = std::to_string(number) + std::string(number % 70, 'x');
+      const char* const entry = Intern(text);
+      handles.push_back(entry);
+      ASSERT_EQ(text, entry);
+      ASSERT_EQ(text.size(), SymbolEntry::Of(entry).length);
+      if (inUse.count(text) != 0 || pending.count(text) != 0) {
+        ASSERT_EQ(place[text], entry);
+      }
+      place[text] = entry;
+      pending.erase(text);
+      ++inUse[text];
+    } else {
+      std::swap(handles[random() % handles.size()], handles.back());
+      const char* const entry = handles.back();
+      handles.pop_back();
+      const std::string text = entry;
+      ASSERT_EQ(inUse[text], SymbolEntry::Of(entry).count.load());
+      table->Release(entry);
+      if (--inUse[text] == 0) {
+        inUse.erase(text);
+        pending.insert(text);
+        if (pending.size() == SymbolTable::kPendingLimit) pending.clear();
+      }
+    }
+    if (step % 97 == 0) {
+      ASSERT_EQ(inUse.size() + pending.size(), Items()) << step;
+      ASSERT_STREQ(nullptr, table->FindFault()) << step;
+    }
+  }
+}
+
+TEST_F(SymbolTableTest, TheSixtyFourthDropSweepsAllButTheRevived) {
+  std::vector<const char*> entries;
+  for (int i = 0; i < 64; ++i) entries.push_back(Intern("text " + std::to_string(i)));
+  for (int i = 0; i < 63; ++i) table->Release(entries[static_cast<unsigned>(i)]);
+  EXPECT_EQ(64u, Items());
+  EXPECT_EQ(entries[5], Intern("text 5"));  // revived: 62 are pending
+  table->Release(entries[63]);
+  EXPECT_EQ(64u, Items());
+  const char* const last = Intern("last");
+  ExpectSound();
+  table->Release(last);
+  EXPECT_EQ(1u, Items());
+  EXPECT_STREQ("text 5", entries[5]);
+  ExpectSound();
+}
+
+TEST_F(SymbolTableTest, WhatAnotherThreadIsReleasingSurvivesTheSweep) {
+  const char* const announced = Intern("announced");
+  std::atomic<const char*>& slot = table->ClaimReleaseSlot(announced);
+  table->Release(announced);
+  for (int i = 0; i < 63; ++i) table->Release(Intern("text " + std::to_string(i)));
+  EXPECT_EQ(1u, Items());
+  EXPECT_STREQ("announced", announced);
+  EXPECT_EQ(announced, Intern("announced"));  // still revivable
+  table->Release(announced);
+  slot.store(nullptr);
+  for (int i = 0; i < 63; ++i) table->Release(Intern("text " + std::to_string(i)));
+  EXPECT_EQ(0u, Items());
+  ExpectSound();
+}
+
+TEST_F(SymbolTableTest, ReleasesWaitForASlotWhenAllAreTaken) {
+  const char* const held = Intern("held");
+  const char* const other = Intern("other");
+  std::array<std::atomic<const char*>*, SymbolTable::kReleaseSlots> slots;
+  for (auto& slot : slots) slot = &table->ClaimReleaseSlot(held);
+  std::thread releaser([&] { table->Release(other); });
+  std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  EXPECT_EQ(1u, SymbolEntry::Of(other).count.load());
+  for (auto* slot : slots) slot->store(nullptr);
+  releaser.join();
+  EXPECT_EQ(0u, SymbolEntry::Of(other).count.load());
+  table->Release(held);
+}
+
+TEST_F(SymbolTableTest, GrowsByThePrimesAndRecyclesIds) {
+  std::vector<const char*> entries;
+  for (unsigned i = 0; i < 3079; ++i) entries.push_back(Intern("text " + std::to_string(i)));
+  EXPECT_EQ(3079u, table->CollectStatistics().buckets);
+  entries.push_back(Intern("one more"));
+  EXPECT_EQ(6151u, table->CollectStatistics().buckets);
+  for (unsigned i = 0; i < 3079; ++i) EXPECT_EQ(entries[i], Intern("text " + std::to_string(i)));
+  ExpectSound();
+  for (int round = 0; round < 2; ++round) {
+    for (unsigned i = 0; i < 3079; ++i) table->Release(entries[i]);
+  }
+  for (unsigned i = 0; i < 6000; ++i) Intern("second " + std::to_string(i));
+  ExpectSound();
+}
+
+// Fails each allocation in turn, of the table itself and of a text that makes it grow.
+TEST_F(SymbolTableTest, ExhaustedMemoryChangesNothing) {
+  std::uint64_t failures = 0;
+  const auto failEach = [&failures](auto attempt) {
+    for (std::uint64_t n = 1;; ++n) {
+      const os::fault::Arming noMemory(os::fault::Call::kHeapAllocate, {.first = n});
+      try {
+        return attempt();
+      } catch (const std::bad_alloc&) {
+        ++failures;
+      }
+    }
+  };
+  failEach([this] { table = std::make_unique<SymbolTable>(lock); });
+  EXPECT_EQ(1u, failures);  // its index; the table itself is over-aligned and comes from elsewhere
+  for (unsigned i = 0; i < 3079; ++i) Intern("text " + std::to_string(i));
+  failures = 0;
+  const std::string grown("the one that makes it grow");
+  const char* const entry = failEach([&, this] { return Intern(grown); });
+  EXPECT_EQ(2u, failures);
+  EXPECT_EQ(grown, entry);
+  EXPECT_EQ(3080u, Items());
+  ExpectSound();
+}
+
+TEST_F(SymbolTableTest, ClosedTableRefusesNewTextsAndIgnoresReleases) {
+  const char* const text = Intern("in use at the end");
+  table->Close();
+  EXPECT_THROW(Intern("new"), dp::DeadReference);
+  EXPECT_THROW(Intern("in use at the end"), dp::DeadReference);
+  EXPECT_THROW(table->CollectStatistics(), dp::DeadReference);
+  table->Release(text);
+  EXPECT_STREQ(nullptr, table->FindFault());
+}
+
+TEST_F(SymbolTableTest, ClosingLeavesTheStorageToAThreadThatStaysInside) {
+  const char* const text = Intern("still read");
+  std::atomic<const char*>& slot = table->ClaimReleaseSlot(text);
+  table->Close();
+  EXPECT_STREQ("still read", text);
+  slot.store(nullptr);
+  table->Close();
+}
+
+TEST_F(SymbolTableTest, KnowsItsName) {
+  EXPECT_TRUE(table->GetDebugClassName() == "SymbolTable");
+}
+
+// Few texts and many drops to 0: revivals, double appends and sweeps meet each other all the time; the texts
+// of a second kind make the index grow meanwhile.
+TEST_F(SymbolTableTest, ThreadsMayMeetAnywhere) {
+  constexpr unsigned kThreads = 4;
+  std::vector<std::thread> threads;
+  for (unsigned t = 0; t < kThreads; ++t) {
+    threads.emplace_back([this, t] {
+      std::mt19937 random(t);
+      std::vector<const char*> mine;
+      for (unsigned i = 0; i < 20000; ++i) {
+        const bool isShared = random() % 8 != 0;
+        const std::string text = isShared ? "s" + std::to_string(random() % 90)
+                                          : "thread " + std::to_string(t) + " " + std::to_string(i);
+        const char* const entry = Intern(text);
+        ASSERT_EQ(text, entry);
+        if (isShared || i % 2 == 0) {
+          table->Release(entry);
+        } else {
+          mine.push_back(entry);
+        }
+      }
+      for (const char* entry : mine) table->Release(entry);
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  ExpectSound();
+  EXPECT_LT(Items(), SymbolTable::kPendingLimit);
+}
+
+// The same through symbols, whose copies and drops do not come to the table while the count stays above 0.
+TEST(SymbolThreads, SharedSymbolsAreCopiedAndDroppedByAll) {
+  std::vector<std::thread> threads;
+  for (unsigned t = 0; t < 4; ++t) {
+    threads.emplace_back([t] {
+      std::mt19937 random(t);
+      std::array<du::Symbol, 16> mine;
+      for (int i = 0; i < 30000; ++i) {
+        du::Symbol& target = mine[random() % mine.size()];
+        switch (random() % 4) {
+          case 0:
+            target = "common " + std::to_string(random() % 40);
+            break;
+          case 1:
+            target = mine[random() % mine.size()];
+            break;
+          case 2:
+            target.clear();
+            break;
+          default:
+            if (!target.empty()) {
+              ASSERT_EQ(0u, target.find("common ", 0));
+            }
+        }
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+}
+
+}  // namespace

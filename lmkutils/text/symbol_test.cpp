@@ -1,0 +1,268 @@
+#include "lmkutils/text/symbol.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <map>
+#include <optional>
+#include <sstream>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "lmkutils/os/fault/fault.h"
+#include "lmkutils/platform/dead_reference.h"
+#include "lmkutils/testing/child_process.h"
+#include "lmkutils/text/internal/lasting_symbol.h"
+
+namespace {
+
+using du::DualSymbol;
+using du::Symbol;
+
+// Constant-initialised, so statics of any file may use it; the symbols are the first of this process.
+const bool kEmptyIsThere = Symbol::EMPTY.empty() && DualSymbol::EMPTY.empty();
+
+// Destroyed after the table, since it was constructed before anything asked for one.
+struct LateUser {
+  ~LateUser();
+  std::optional<Symbol> last;
+  std::optional<Symbol> shared;
+};
+LateUser lateUser;
+
+// Made by a static constructor, where a test asks for it.
+const Symbol kEarly(std::getenv("LMK_TEST_EARLY_SYMBOL"));
+
+LateUser::~LateUser() {
+  if (!last) return;
+  const Symbol copy = *shared;  // touches nothing
+  shared.reset();
+  last.reset();
+  try {
+    Symbol("too late");
+    std::puts("made");
+  } catch (const dp::DeadReference& error) {
+    std::puts(error.what());
+  }
+  Symbol nothing("");
+  nothing = static_cast<const char*>(nullptr);
+  Symbol::DumpStats();
+  std::puts(nothing.empty() ? "empty" : "full");
+  std::fflush(stdout);
+}
+
+const lmktest::ChildRole kLateRole("symbol_late", [](const std::vector<std::string>&) {
+  lateUser.last = Symbol("only held by a late static");
+  lateUser.shared = kEarly;
+  return kEarly == "early" && kEmptyIsThere ? 0 : 1;
+});
+
+// A thread that goes on interning while the process ends.
+const lmktest::ChildRole kRunningRole("symbol_running", [](const std::vector<std::string>&) {
+  std::thread([] {
+    static Symbol symbols[1000];
+    try {
+      for (unsigned i = 0;; ++i) new (&symbols[i % 1000]) Symbol("text" + std::to_string(i % 5000));
+    } catch (const dp::DeadReference&) {
+    }
+  }).detach();
+  std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  return 0;
+});
+
+// The first use of the table, with its n-th allocation failing for every n.
+const lmktest::ChildRole kFirstUseRole("symbol_first_use", [](const std::vector<std::string>&) {
+  for (std::uint64_t n = 1; n < 100; ++n) {
+    const os::fault::Arming noMemory(os::fault::Call::kHeapAllocate, {.first = n});
+    try {
+      const Symbol symbol("first");
+      return symbol == "first" && n > 3 ? 0 : 1;
+    } catch (const std::bad_alloc&) {
+    }
+  }
+  return 2;
+});
+
+TEST(SymbolProcess, LateStaticsFindTheTableGone) {
+  const auto result = lmktest::RunSelf("symbol_late", {}, {{"LMK_TEST_EARLY_SYMBOL", "early"}});
+  EXPECT_EQ(0, result.exitCode);
+  EXPECT_EQ("Dead Reference Detected\nempty\n", result.out) << result.err;
+}
+
+TEST(SymbolProcess, EndsWhileAThreadInterns) {
+  for (int i = 0; i < 3; ++i) {
+    const auto result = lmktest::RunSelf("symbol_running");
+    EXPECT_EQ(0, result.exitCode) << result.err;
+    EXPECT_FALSE(result.timedOut);
+  }
+}
+
+TEST(Symbol, EmptyTextsGiveNoEntry) {
+  for (const Symbol& symbol : {Symbol(), Symbol(""), Symbol(static_cast<const char*>(nullptr)),
+                               Symbol(std::string()), Symbol(std::string("\0x", 2)), Symbol::EMPTY}) {
+    EXPECT_TRUE(symbol.empty());
+    EXPECT_EQ(nullptr, symbol.c_str());
+    EXPECT_EQ(nullptr, symbol.begin());
+    EXPECT_EQ(nullptr, symbol.end());
+    EXPECT_STREQ("", symbol.safe_c_str());
+    EXPECT_EQ(0u, symbol.length());
+    EXPECT_EQ(0u, symbol.GetId());
+    EXPECT_EQ('\0', symbol[0]);
+    EXPECT_EQ(Symbol::npos, symbol.find('a', 0));
+    EXPECT_EQ(0u, symbol.find("", 0));
+    EXPECT_EQ(Symbol::npos, symbol.find("", 1));
+    EXPECT_EQ(Symbol::npos, symbol.rfind('a', 5));
+    EXPECT_EQ("", symbol.substr(0, 1));
+    EXPECT_EQ("", std::string(symbol));
+    EXPECT_TRUE(symbol == "" && symbol == std::string() && symbol == Symbol::EMPTY);
+    EXPECT_FALSE(symbol == "a" || symbol == std::string(1, '\0'));
+  }
+}
+
+TEST(Symbol, EqualTextsShareOneEntryAcrossThreads) {
+  const Symbol here("shared text");
+  unsigned id = 0;
+  const char* text = nullptr;
+  std::thread([&] {
+    const Symbol there(std::string("shared text"));
+    id = there.GetId();
+    text = there.c_str();
+  }).join();
+  EXPECT_EQ(here.GetId(), id);
+  EXPECT_EQ(here.c_str(), text);
+  EXPECT_NE(0u, id);
+  EXPECT_NE(Symbol("shared texu").GetId(), id);
+}
+
+TEST(Symbol, CutsStringsAtTheirFirstNul) {
+  const Symbol symbol(std::string("ab\0cd", 5));
+  EXPECT_EQ(2u, symbol.size());
+  EXPECT_STREQ("ab", symbol.c_str());
+  EXPECT_FALSE(symbol == std::string("ab\0cd", 5));
+  EXPECT_TRUE("ab" == symbol && std::string("ab") == symbol && symbol != "abc" && symbol != "a");
+}
+
+TEST(Symbol, FindsAndCutsWithoutLeavingTheText) {
+  const Symbol symbol("abcabc");
+  const unsigned npos = Symbol::npos;
+  EXPECT_EQ(3u, symbol.find('a', 1));
+  EXPECT_EQ(npos, symbol.find('a', 4));
+  EXPECT_EQ(npos, symbol.find('a', 6));
+  EXPECT_EQ(npos, symbol.find('a', npos));
+  EXPECT_EQ(1u, symbol.find("bc", 0));
+  EXPECT_EQ(4u, symbol.find("bc", 2));
+  EXPECT_EQ(npos, symbol.find("bcd", 4));
+  EXPECT_EQ(6u, symbol.find("", 6));
+  EXPECT_EQ(npos, symbol.find("", 7));
+  EXPECT_EQ(npos, symbol.find("ab", npos));  // npos + 2 would wrap around
+  EXPECT_EQ(4u, symbol.rfind('b', npos));
+  EXPECT_EQ(1u, symbol.rfind('b', 3));
+  EXPECT_EQ(npos, symbol.rfind('b', 0));
+  EXPECT_EQ("cab", symbol.substr(2, 3));
+  EXPECT_EQ("bc", symbol.substr(4, npos));
+  EXPECT_EQ("", symbol.substr(6, 1));
+  EXPECT_EQ("", symbol.substr(npos, npos));
+  EXPECT_EQ('c', symbol[5]);
+  EXPECT_EQ('\0', symbol[6]);
+  EXPECT_EQ('\0', symbol[npos]);
+  EXPECT_EQ("abcabc", std::string(symbol.begin(), symbol.end()));
+}
+
+TEST(Symbol, AssignmentTakesFromItselfAndMovesEmpty) {
+  Symbol a("first text");
+  a = a.c_str() + 6;
+  EXPECT_EQ("text", std::string(a));
+  Symbol& self = a;
+  a = self;
+  a = std::move(self);
+  EXPECT_TRUE(a == "text");
+  Symbol b = std::move(a);
+  EXPECT_TRUE(a.empty() && b == "text");  // NOLINT(bugprone-use-after-move): documented
+  a = std::string("third");
+  a.Swap(b);
+  EXPECT_TRUE(a == "text" && b == "third");
+  b = a;
+  EXPECT_EQ(a.GetId(), b.GetId());
+  b.clear();
+  b.clear();
+  EXPECT_TRUE(b.empty() && a == "text");
+  a = "";
+  EXPECT_TRUE(a.empty());
+}
+
+TEST(Symbol, StreamsWriteAllAndReadOneWord) {
+  std::ostringstream out;
+  out.width(20);
+  out << Symbol("a b") << Symbol() << Symbol("c");
+  EXPECT_EQ("a bc", out.str());
+  std::istringstream in("  one\ttwo");
+  Symbol word("old");
+  in >> word;
+  EXPECT_TRUE(word == "one");
+  word.Read(in);
+  EXPECT_TRUE(word == "two");
+  word.Read(in);
+  EXPECT_TRUE(word.empty() && !in);
+}
+
+TEST(Symbol, OrdersByUnsignedBytesTheEmptyOneFirst) {
+  std::map<Symbol, int> map;
+  for (const char* text : {"b", "\xC3\xA4", "", "ab", "a", "\x7F", "B"}) map[text] = 1;
+  std::string order;
+  for (const auto& [key, value] : map) order += std::string(key) + "|";
+  EXPECT_EQ("|B|a|ab|b|\x7F|\xC3\xA4|", order);
+}
+
+TEST(Symbol, CountThatWouldOverflowMakesTheEntryPermanent) {
+  Symbol symbol("held very often");
+  auto& count = du::internal::SymbolEntry::Of(symbol.c_str()).count;
+  const char* const text = symbol.c_str();
+  count.store(0x7FFFFFFF);
+  {
+    std::vector<Symbol> copies(10, symbol);
+    copies.emplace_back("held very often");
+    EXPECT_GE(count.load(), 0x80000000u);
+  }
+  EXPECT_GE(count.load(), 0x80000000u);
+  count.store(0x80000000u);
+  symbol.clear();
+  for (int i = 0; i < 300; ++i) Symbol("other " + std::to_string(i));  // several sweeps
+  EXPECT_EQ(text, Symbol("held very often").c_str());
+}
+
+TEST(Symbol, StaysUsableWithoutMemory) {
+  Symbol symbol("before");
+  {
+    const os::fault::Arming noMemory(os::fault::Call::kHeapAllocate,
+                                     {.first = 1, .count = os::fault::kForEver});
+    EXPECT_THROW(symbol = "a text that is new to the table", std::bad_alloc);
+    EXPECT_TRUE(symbol == "before");
+    const Symbol known("before");  // needs no memory
+    EXPECT_TRUE(known == symbol);
+  }
+  symbol = "a text that is new to the table";
+  EXPECT_EQ(31u, symbol.length());
+  EXPECT_EQ(0, lmktest::RunSelf("symbol_first_use").exitCode);
+}
+
+TEST(Symbol, TearsDownOneStepBeforeTheCommonAllocator) {
+  EXPECT_EQ(0xFFFFFFFDu, GetLongevity(static_cast<Symbol*>(nullptr)));
+}
+
+TEST(DualSymbol, HoldsTwo) {
+  const Symbol one("one");
+  const DualSymbol cases[] = {{"one", "two"},
+                              {std::string("one"), std::string("two")},
+                              {one, Symbol("two")},
+                              {Symbol("one"), Symbol("two")}};
+  for (const DualSymbol& pair : cases) EXPECT_TRUE(pair.S1() == one && pair.S2() == "two" && !pair.empty());
+  DualSymbol pair(one, one);
+  pair.S2().clear();
+  EXPECT_FALSE(pair.empty());
+  const DualSymbol taken = std::move(pair);
+  EXPECT_TRUE(pair.empty() && pair == DualSymbol::EMPTY);  // NOLINT(bugprone-use-after-move): documented
+  EXPECT_TRUE(taken.S1() == one && taken == DualSymbol(Symbol("one"), Symbol()));
+}
+
+}  // namespace
