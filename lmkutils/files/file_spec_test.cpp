@@ -1,9 +1,5 @@
 #include "lmkutils/files/file_spec.h"
 
-#include <algorithm>
-#include <list>
-#include <ostream>
-#include <random>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -11,84 +7,23 @@
 
 #include <gmock/gmock.h>
 
+#include "lmkutils/files/testing/file_spec_parts.h"
 #include "lmkutils/os/fault/capabilities.h"
 #include "lmkutils/os/fault/directory.h"
 
 namespace du {
-
-// For gtest's messages.
-void PrintTo(const FileSpec& spec, std::ostream* out) {
-  std::string text;
-  spec.GetDrive(&text);
-  *out << "drive <" << text << "> directories";
-  std::for_each(spec.DirBegin(), spec.DirEnd(),
-                [out](const std::string& name) { *out << " <" << name << '>'; });
-  spec.GetFileBaseName(&text);
-  *out << " base <" << text << '>';
-  spec.GetFileExtension(&text);
-  *out << " extension <" << text << '>' << (spec.IsAbsolute() ? " absolute" : " relative");
-}
-
 namespace {
 
 using os::fault::PretendCapabilities;
 using os::fault::PretendCurrentDirectory;
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-os::Capabilities Facts(bool drives) {
-  os::Capabilities facts = os::GetCapabilities();
-  facts.absolutePathsHaveDrive = drives;
-  return facts;
-}
-
-struct Parts {
-  std::string drive;
-  std::vector<std::string> directories;
-  std::string base;
-  std::string extension;
-  bool absolute = false;
-
-  bool operator==(const Parts&) const = default;
-  auto Key() const { return std::tie(drive, absolute, directories, base, extension); }
-};
-
-void PrintTo(const Parts& parts, std::ostream* out) {
-  FileSpec spec;
-  spec.SetDrive(parts.drive);
-  for (const std::string& name : parts.directories) spec.DirPushBack(name);
-  spec.SetFileBaseName(parts.base);
-  spec.SetFileExtension(parts.extension);
-  if (parts.absolute) spec.MarkAsAbsolute();
-  PrintTo(spec, out);
-}
-
-Parts PartsOf(const FileSpec& spec) {
-  Parts parts;
-  parts.directories.assign(spec.DirBegin(), spec.DirEnd());
-  parts.absolute = spec.IsAbsolute();
-  spec.GetDrive(&parts.drive);
-  spec.GetFileBaseName(&parts.base);
-  spec.GetFileExtension(&parts.extension);
-  return parts;
-}
-
-std::string FullText(const FileSpec& spec) {
-  std::string text = "replaced";
-  EXPECT_TRUE(spec.GetFileSpec(&text));
-  return text;
-}
-
-std::string Location(const FileSpec& spec, bool withTrailingSeparator) {
-  std::string text = "replaced";
-  EXPECT_TRUE(spec.GetLocation(&text, withTrailingSeparator));
-  return text;
-}
+using Parts = FileSpecParts;
 
 // Every case on a target whose paths have no drives, so that a leading separator asks nobody.
 class FileSpecTest : public testing::Test {
  private:
-  PretendCapabilities withoutDrives_{Facts(false)};
+  PretendCapabilities withoutDrives_{FactsWithDrives(false)};
 };
 
 TEST_F(FileSpecTest, TakesTextApart) {
@@ -272,7 +207,7 @@ TEST_F(FileSpecTest, TakesItsOwnPartsAsText) {
 }
 
 TEST(FileSpecDriveTest, RootRelativePathsTakeTheCurrentDrive) {
-  const PretendCapabilities withDrives(Facts(true));
+  const PretendCapabilities withDrives(FactsWithDrives(true));
   {
     const PretendCurrentDirectory current("d:\\work\\here");
     EXPECT_EQ(PartsOf(FileSpec(R"(\x\y.z)")), (Parts{"D", {"x"}, "y", "z", true}));
@@ -292,12 +227,12 @@ TEST(FileSpecDriveTest, RootRelativePathsTakeTheCurrentDrive) {
 TEST(FileSpecDriveTest, OthersDoNotAskForTheCurrentDirectory) {
   const PretendCurrentDirectory current("D:\\work");
   {
-    const PretendCapabilities withDrives(Facts(true));
+    const PretendCapabilities withDrives(FactsWithDrives(true));
     FileSpec spec("C:\\a");
     spec.SetDirPath("\\b");  // has a drive already
     for (const char* text : {"", "a", "a/b", "C:", "C:/a", "//srv", "//srv/share/a"}) spec = text;
   }
-  const PretendCapabilities withoutDrives(Facts(false));
+  const PretendCapabilities withoutDrives(FactsWithDrives(false));
   EXPECT_EQ(PartsOf(FileSpec("/x")), (Parts{"", {}, "x", "", true}));
   EXPECT_EQ(current.Asked(), 0u);
 }
@@ -413,138 +348,6 @@ TEST_F(FileSpecTest, DirectoryList) {
   spec.DirPopBack();
   spec.DirErase(spec.DirBegin());
   EXPECT_THAT(PartsOf(spec).directories, IsEmpty());
-}
-
-// -- Random text against a model that takes it apart by other means.
-
-constexpr int kRounds = 20000;
-
-class RandomText {
- public:
-  explicit RandomText(std::string alphabet) : alphabet_(std::move(alphabet)) {}
-  std::string operator()(std::size_t longest) {
-    std::string text(random_() % (longest + 1), '\0');
-    std::generate(text.begin(), text.end(), [this] { return alphabet_[random_() % alphabet_.size()]; });
-    return text;
-  }
-
- private:
-  std::string alphabet_;
-  std::mt19937 random_{20250101};
-};
-
-bool IsModelVersion(std::string digits) {
-  if (digits.empty() || digits.find_first_not_of("0123456789") != std::string::npos) return false;
-  digits.erase(0, digits.find_first_not_of('0'));
-  return !digits.empty() && digits.size() <= 3 && std::stoi(digits) <= 254;
-}
-
-void SplitModelName(const std::string& name, Parts& parts) {
-  const bool dotsAlone = name == std::string(name.size(), '.');
-  std::size_t dot = dotsAlone ? std::string::npos : name.rfind('.');
-  if (dot != std::string::npos && IsModelVersion(name.substr(dot + 1))) dot = name.find('.');
-  parts.base = name.substr(0, dot);
-  if (dot != std::string::npos) parts.extension = name.substr(dot + 1);
-}
-
-// All separators made one first, then cut from the left.
-Parts ModelOf(std::string text) {
-  Parts parts;
-  std::replace(text.begin(), text.end(), '/', '\\');
-  const auto cutUntil = [&text](std::size_t end) {
-    const std::string head = text.substr(0, end);
-    text.erase(0, head.size());
-    return head;
-  };
-  if (text.size() > 1 && text[1] == ':' && std::string("aC").find(text[0]) != std::string::npos) {
-    parts.drive = cutUntil(2)[0] == 'a' ? "A" : "C";
-  } else if (text.starts_with("\\\\")) {
-    parts.drive = cutUntil(text.find('\\', 2));
-    if (!text.empty()) parts.drive += cutUntil(1);
-    cutUntil(text.find_first_not_of('\\'));
-    parts.absolute = !text.empty();
-    parts.drive += cutUntil(text.find('\\'));
-  }
-  parts.absolute |= text.starts_with('\\');
-  while (text.find('\\') != std::string::npos) {
-    const std::string name = cutUntil(text.find('\\'));
-    if (!name.empty()) parts.directories.push_back(name);
-    cutUntil(1);
-  }
-  SplitModelName(text, parts);
-  return parts;
-}
-
-// The text built from `spec`, without what building is known to lose or to add.
-std::string TextThatParsesBack(const std::string& text, const FileSpec& spec) {
-  const Parts parts = PartsOf(spec);
-  const bool serverAlone = parts.drive.starts_with("\\\\") && !parts.absolute;
-  const bool dotLost = text.ends_with('.') && parts.base.find_first_not_of('.') != std::string::npos;
-  return serverAlone ? Location(spec, false) : FullText(spec) + (dotLost ? "." : "");
-}
-
-TEST_F(FileSpecTest, AgreesWithTheModel) {
-  RandomText random("\\\\//..::aC125");
-  FileSpec reused;
-  for (int round = 0; round < kRounds; ++round) {
-    const std::string text = random(14);
-    reused = text;
-    ASSERT_EQ(PartsOf(reused), ModelOf(text)) << text;
-    ASSERT_EQ(FileSpec(TextThatParsesBack(text, reused)), reused) << text;
-  }
-}
-
-TEST_F(FileSpecTest, OrderAgreesWithTheModel) {
-  RandomText random("\\/.aAb\xC3");
-  std::vector<FileSpec> specs;
-  for (int i = 0; i < 150; ++i) specs.emplace_back(random(6));
-  for (const FileSpec& left : specs) {
-    for (const FileSpec& right : specs) {
-      const Parts l = PartsOf(left);
-      const Parts r = PartsOf(right);
-      ASSERT_EQ(left == right, l == r);
-      ASSERT_EQ(left < right, l.Key() < r.Key())
-          << testing::PrintToString(left) << testing::PrintToString(right);
-    }
-  }
-}
-
-// The rule step by step: drop every ".", then cancel pairs from the front, stepping back after each.
-std::vector<std::string> CancelOneByOne(const std::vector<std::string>& names) {
-  std::list<std::string> list(names.begin(), names.end());
-  list.remove(".");
-  for (auto at = list.begin(); at != list.end();) {
-    const auto next = std::next(at);
-    if (*at == ".." || next == list.end() || *next != "..") {
-      ++at;
-      continue;
-    }
-    at = list.erase(at, std::next(next));
-    if (at != list.begin()) --at;
-  }
-  return {list.begin(), list.end()};
-}
-
-TEST_F(FileSpecTest, DotRemovalAgreesWithTheModel) {
-  RandomText random("//..ab");
-  for (int round = 0; round < kRounds; ++round) {
-    FileSpec spec(random(24) + "/f");
-    const std::vector<std::string> expected = CancelOneByOne(PartsOf(spec).directories);
-    spec.RemoveDotAndDotDot();
-    ASSERT_EQ(PartsOf(spec).directories, expected);
-  }
-}
-
-// A relative path, followed from its base, leads to the file.
-TEST_F(FileSpecTest, RelativePathsLeadBack) {
-  RandomText random("/ab");
-  for (int round = 0; round < kRounds; ++round) {
-    const std::string base = "C:/" + random(8);
-    const FileSpec file("C:/" + random(8) + "f");
-    FileSpec followed(base + "/" + file.GetRelativePath(base, true));
-    followed.RemoveDotAndDotDot();
-    ASSERT_EQ(followed, file) << base;
-  }
 }
 
 }  // namespace

@@ -1,4 +1,5 @@
-// Directories. Paths are UTF-8 in the system's own form; what reads better for callers is made of them above.
+// Directories of the system: the primitives. Paths are UTF-8 and read as in os/file.h; returned ones are in
+// the system's own form.
 #ifndef LMKUTILS_OS_DIRECTORY_H
 #define LMKUTILS_OS_DIRECTORY_H
 

@@ -63,6 +63,7 @@ TEST(DirectoryTest, IsDirectoryOnlyWhenItIs) {
   const lmktest::TempDir folder;
   const std::string file = folder.Write("file", "x");
   EXPECT_TRUE(IsDirectory(folder.Path()));
+  EXPECT_TRUE(IsDirectory(folder.File("..\\.")));
   EXPECT_FALSE(IsDirectory(file));
   EXPECT_FALSE(IsDirectory(folder.File("missing")));
   EXPECT_FALSE(IsDirectory(""));

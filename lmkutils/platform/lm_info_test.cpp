@@ -101,7 +101,7 @@ TEST(InstallationTest, HostsMayNameAbsolutePathsOnly) {
       {"//srv/share", true, true}, {"C:\\x", false, true},
       {"C:x", false, false},       {"x/y", false, false},
       {"", false, false},          {"/", true, false},
-      {"C:/", false, true},        {{"/o\0pt", 6}, false, false},
+      {"C:/", false, true},        {{"/o\0pt", 5}, false, false},
   };
   for (const auto& c : cases) {
     for (const bool windows : {false, true}) {

@@ -7,6 +7,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "lmkutils/os/posix/native_path.h"
+
 namespace os {
 
 SystemError CurrentDirectory(std::string& out) noexcept {
@@ -36,8 +38,13 @@ SystemError CurrentDirectory(std::string& out) noexcept {
 }
 
 bool IsDirectory(const std::string& path) noexcept {
-  struct stat status;
-  return path.find('\0') == std::string::npos && stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+  if (path.find('\0') != std::string::npos) return false;
+  try {
+    struct stat status;
+    return stat(posix::NativePath(path).c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+  } catch (const std::exception&) {
+    return false;
+  }
 }
 
 }  // namespace os
