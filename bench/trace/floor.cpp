@@ -43,6 +43,7 @@ bool Register() {
   const std::string floor = kFloor;
   AddSingle(kOffPrintf, floor + "call, load and branch", OffCall);
   AddSingle(kOffStream, floor + "call, load and branch", OffCall);
+  AddSingle(kOffDebug, floor + "call, load and branch", OffCall);
   AddBoth(kPlain, floor + "one write", [](benchmark::State& s) { Write(s, kPlainBytes); });
   AddBoth(kJson, floor + "one write", [](benchmark::State& s) { Write(s, kJsonBytes); });
   return true;

@@ -10,6 +10,7 @@ namespace bench {
 
 inline constexpr char kOffPrintf[] = "call while tracing is off, printf form";
 inline constexpr char kOffStream[] = "call while tracing is off, stream form";
+inline constexpr char kOffDebug[] = "call while tracing is off, debug tracer with a mask";
 inline constexpr char kPlain[] = "plain line to a file, flushed";
 inline constexpr char kJson[] = "JSON line to a file, flushed";
 
