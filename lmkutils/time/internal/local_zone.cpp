@@ -9,20 +9,9 @@
 namespace du::internal {
 namespace {
 
-constexpr std::int64_t kBlock = 15 * 60;  // seconds
 constexpr unsigned kOffsetBits = 20;
 constexpr std::int64_t kOffsetLimit = std::int64_t{1} << (kOffsetBits - 1);
 constexpr std::int64_t kBlockLimit = std::int64_t{1} << (63 - kOffsetBits);
-
-// A block's number and its offset in one word, so that readers never see halves of two answers. The offset
-// is stored with kOffsetLimit added, hence no word in use is 0.
-using Entry = std::uint64_t;
-static_assert(std::atomic<Entry>::is_always_lock_free);
-constinit std::array<std::atomic<Entry>, 16> cache{};
-
-constexpr Entry Key(std::int64_t block) noexcept {
-  return static_cast<Entry>(block) << kOffsetBits;
-}
 
 bool AskOffset(std::int64_t seconds, std::int64_t& offset) noexcept {
   std::tm fields;
@@ -31,27 +20,69 @@ bool AskOffset(std::int64_t seconds, std::int64_t& offset) noexcept {
   return true;
 }
 
-bool IsCacheable(std::int64_t block, std::int64_t offset) noexcept {
-  if (block >= kBlockLimit || block < -kBlockLimit) return false;
-  if (offset >= kOffsetLimit || offset <= -kOffsetLimit) return false;
-  std::int64_t first = 0, last = 0;
-  return AskOffset(block * kBlock, first) && first == offset &&
-         AskOffset(block * kBlock + kBlock - 1, last) && last == offset;
-}
+// The offsets of blocks of kSeconds, as many as there is room for; a block that changes its offset is
+// remembered as such.
+template <std::int64_t kSeconds, std::size_t kRoom>
+class OffsetCache {
+ public:
+  enum class Answer { kUnknown, kKnown, kMixed };
+
+  Answer Find(std::int64_t seconds, std::int64_t& offset) const noexcept {
+    const std::int64_t block = FloorDiv(seconds, kSeconds);
+    const Entry found = entries_[static_cast<std::size_t>(block) % kRoom].load(std::memory_order_relaxed);
+    if (found == 0 || (found >> kOffsetBits) != (Key(block) >> kOffsetBits)) return Answer::kUnknown;
+    const Entry stored = found & ((Entry{1} << kOffsetBits) - 1);
+    if (stored == kMixed) return Answer::kMixed;
+    offset = static_cast<std::int64_t>(stored) - kOffsetLimit;
+    return Answer::kKnown;
+  }
+
+  // `offset` is the answer for an instant of the block; it is the whole block's when both ends have it.
+  void Learn(std::int64_t seconds, std::int64_t offset) noexcept {
+    const std::int64_t block = FloorDiv(seconds, kSeconds);
+    if (block >= kBlockLimit || block < -kBlockLimit) return;
+    std::int64_t first = 0, last = 0;
+    if (!AskOffset(block * kSeconds, first) || !AskOffset(block * kSeconds + kSeconds - 1, last)) return;
+    const std::int64_t stored =
+        first == offset && last == offset ? offset + kOffsetLimit : std::int64_t{kMixed};
+    if (stored < kMixed || stored >= 2 * kOffsetLimit) return;
+    entries_[static_cast<std::size_t>(block) % kRoom].store(Key(block) | static_cast<Entry>(stored),
+                                                            std::memory_order_relaxed);
+  }
+
+ private:
+  // A block's number and its offset in one word, so that readers never see halves of two answers. The offset
+  // is stored with kOffsetLimit added, hence no word in use is 0.
+  using Entry = std::uint64_t;
+  static_assert(std::atomic<Entry>::is_always_lock_free);
+  static constexpr int kMixed = 1;  // in place of an offset; no zone is that far from UTC
+
+  static constexpr Entry Key(std::int64_t block) noexcept { return static_cast<Entry>(block) << kOffsetBits; }
+
+  std::array<std::atomic<Entry>, kRoom> entries_{};
+};
+
+// Six days, for 68 years of them: shorter than any zone since 1970 has changed its offset and changed it back
+// (a week less one hour, in Brazil in October 2000), so that two ends that agree speak for the days between.
+using Days = OffsetCache<std::int64_t{1} << 19, 4096>;
+// For the days around a change.
+using Quarters = OffsetCache<std::int64_t{15 * 60}, 16>;
+
+constinit Days days;
+constinit Quarters quarters;
 
 }  // namespace
 
 bool LocalOffset(std::int64_t seconds, std::int64_t& offset) noexcept {
-  const std::int64_t block = FloorDiv(seconds, kBlock);
-  std::atomic<Entry>& entry = cache[static_cast<std::size_t>(block) % cache.size()];
-  const Entry found = entry.load(std::memory_order_relaxed);
-  if (found != 0 && (found >> kOffsetBits) == (Key(block) >> kOffsetBits)) {
-    offset = static_cast<std::int64_t>(found & ((Entry{1} << kOffsetBits) - 1)) - kOffsetLimit;
+  const Days::Answer answer = days.Find(seconds, offset);
+  if (answer == Days::Answer::kKnown) return true;
+  if (answer == Days::Answer::kMixed && quarters.Find(seconds, offset) == Quarters::Answer::kKnown)
     return true;
-  }
   if (!AskOffset(seconds, offset)) return false;
-  if (IsCacheable(block, offset)) {
-    entry.store(Key(block) | static_cast<Entry>(offset + kOffsetLimit), std::memory_order_relaxed);
+  if (answer == Days::Answer::kMixed) {
+    quarters.Learn(seconds, offset);
+  } else {
+    days.Learn(seconds, offset);
   }
   return true;
 }
