@@ -22,7 +22,7 @@ void FindByString(benchmark::State& state, std::size_t length, std::size_t count
   }
   std::size_t next = Start(state, count);
   for (auto _ : state) {
-    benchmark::DoNotOptimize(map->find(texts.texts[texts.order[next]])->second);
+    benchmark::DoNotOptimize(map->find(texts.visited[next])->second);
     if (++next == count) next = 0;
   }
 }

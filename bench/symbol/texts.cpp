@@ -26,6 +26,8 @@ std::unique_ptr<Texts> MakeTexts(std::size_t length, std::size_t count) {
   made->order.resize(count);
   std::iota(made->order.begin(), made->order.end(), 0u);
   std::shuffle(made->order.begin(), made->order.end(), random);
+  made->visited.reserve(count);
+  for (const auto i : made->order) made->visited.push_back(made->texts[i]);
   return made;
 }
 

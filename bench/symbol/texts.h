@@ -10,10 +10,14 @@
 
 namespace bench {
 
-// Distinct random texts of one length and a shuffled order in which to visit them.
+// Distinct random texts of one length.
 struct Texts {
   std::vector<std::string> texts;
-  std::vector<std::uint32_t> order;
+  // The same in the order in which they are visited, which is another one, and copied in that order: a text
+  // is in the cache when its turn comes, as one that a program has just read or put together. What the
+  // contenders keep of it is not.
+  std::vector<std::string> visited;
+  std::vector<std::uint32_t> order;  // visited[i] is texts[order[i]]
 };
 
 // Made on first use and kept to the end of the process; any thread.
