@@ -29,7 +29,7 @@ struct CalendarRange {
 CalendarRange GetCalendarRange() noexcept;
 
 // The local calendar form of an instant, by the zone of the process. False when the run-time refuses.
-// On Linux the zone is read from the environment: this takes the environment's lock.
+// The zone is read from the environment: this may take the environment's lock.
 bool LocalCalendar(std::int64_t seconds, std::tm& fields) noexcept;
 
 // What strftime gives for "%" and `specifier` (one of a A b B c p x X Z, which depend on locale and zone), in

@@ -152,10 +152,10 @@ TEST(Environment, SurvivesChangesByOtherThreads) {
   std::vector<std::thread> threads;
   for (int n = 0; n < 2; ++n) {
     threads.emplace_back([&, n] {
-      for (std::size_t i = 0; i < 1000; ++i) {
-        const std::string value(i % 7 == 0 ? 0 : i * 31 % 40 * 97 + 1, n == 0 ? 'a' : 'b');
+      for (std::size_t i = 0; i < 400; ++i) {
+        const std::string value(i % 7 == 0 ? 0 : i * 5 % 8 * 97 + 1, n == 0 ? 'a' : 'b');
         Environment::Put("LMK_TEST_SHARED", value.c_str());
-        Environment::Put(("LMK_TEST_" + std::to_string(n) + "_" + std::to_string(i % 200)).c_str(),
+        Environment::Put(("LMK_TEST_" + std::to_string(n) + "_" + std::to_string(i % 20)).c_str(),
                          value.c_str());
       }
       stop = true;
@@ -176,8 +176,8 @@ TEST(Environment, SurvivesChangesByOtherThreads) {
   });
   for (std::thread& thread : threads) thread.join();
   EXPECT_EQ(wrong, 0);
-  for (int i = 0; i < 400; ++i) {
-    Environment::Put(("LMK_TEST_" + std::to_string(i / 200) + "_" + std::to_string(i % 200)).c_str(), "");
+  for (int i = 0; i < 40; ++i) {
+    Environment::Put(("LMK_TEST_" + std::to_string(i / 20) + "_" + std::to_string(i % 20)).c_str(), "");
   }
 }
 

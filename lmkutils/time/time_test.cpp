@@ -159,8 +159,7 @@ TEST(Time, HasALocalForm) {
   };
   EXPECT_EQ(local("AAA-5:45", "1794906307042", "%Y-%m-%dT%H:%M:%S%z"), "2026-11-17T14:50:07+0545|320|0");
   EXPECT_EQ(local("BBB3:30", "1767237300999", "%F_%T_%z"), "2025-12-31_23:45:00_-0330|364|0");
-  const std::string summer = local("CET-1CEST,M3.5.0,M10.5.0/3", "1782907200000", "%H_%Z_%z");
-  EXPECT_TRUE(summer == "14_CEST_+0200|181|1" || summer.find("|1") == std::string::npos) << summer;
+  EXPECT_EQ(local("CET-1CEST,M3.5.0,M10.5.0/3", "1782907200000", "%H_%z"), "14_+0200|181|1");
   EXPECT_EQ(Time(0).ToLocalTimeString(static_cast<const char*>(nullptr)), "");
   EXPECT_EQ(Time(86'400'000).ToLocalTimeString(std::string(10'000, 'x')), std::string(10'000, 'x'));
 }
