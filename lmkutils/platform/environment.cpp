@@ -1,14 +1,13 @@
 #include "lmkutils/platform/environment.h"
 
-#include <iterator>
 #include <optional>
 #include <stdexcept>
 #include <string_view>
-
-#include <utf8.h>
+#include <utility>
 
 #include "lmkutils/os/capabilities.h"
 #include "lmkutils/os/environment.h"
+#include "lmkutils/text/encoding.h"
 
 namespace dp {
 namespace {
@@ -25,48 +24,15 @@ namespace {
   throw std::runtime_error("dp::Environment::Put() failed to putenv().");
 }
 
-// Strict, and forgiving, conversions.
+// Strict: nothing for what is not valid text.
 std::optional<std::wstring> Widen(std::string_view text) {
-  if (!utf8::is_valid(text.begin(), text.end())) return std::nullopt;
   std::wstring wide;
-  if constexpr (sizeof(wchar_t) == 2) {
-    utf8::utf8to16(text.begin(), text.end(), std::back_inserter(wide));
-  } else {
-    utf8::utf8to32(text.begin(), text.end(), std::back_inserter(wide));
-  }
-  return wide;
-}
-
-std::wstring WidenForgiving(const std::string& text) {
-  std::string valid;
-  utf8::replace_invalid(text.begin(), text.end(), std::back_inserter(valid));
-  return *Widen(valid);
+  return du::ConvertText(text, wide) ? std::optional(std::move(wide)) : std::nullopt;
 }
 
 std::optional<std::string> Narrow(std::wstring_view text) {
   std::string narrow;
-  try {
-    if constexpr (sizeof(wchar_t) == 2) {
-      utf8::utf16to8(text.begin(), text.end(), std::back_inserter(narrow));
-    } else {
-      utf8::utf32to8(text.begin(), text.end(), std::back_inserter(narrow));
-    }
-  } catch (const utf8::exception&) {
-    return std::nullopt;
-  }
-  return narrow;
-}
-
-std::string NarrowForgiving(const std::wstring& text) {
-  std::string narrow;
-  for (std::size_t at = 0; at < text.size();) {
-    const bool isPair = sizeof(wchar_t) == 2 && text.size() - at > 1 && Narrow({&text[at], 2}).has_value() &&
-                        !Narrow({&text[at], 1}).has_value();
-    const std::size_t length = isPair ? 2 : 1;
-    narrow += Narrow({&text[at], length}).value_or("\xEF\xBF\xBD");
-    at += length;
-  }
-  return narrow;
+  return du::ConvertText(text, narrow) ? std::optional(std::move(narrow)) : std::nullopt;
 }
 
 // Another thread may change the variable between two calls, hence the loop; it may remove it as well, which
@@ -105,7 +71,7 @@ std::wstring Environment::Get(const std::wstring& name) {
   if (name.empty()) FailGetName();
   if (os::GetCapabilities().environmentIsWide) return Read(name.c_str());
   const std::optional<std::string> narrow = Narrow(name.c_str());
-  return narrow ? WidenForgiving(Read(narrow->c_str())) : std::wstring();
+  return narrow ? du::ToWide(Read(narrow->c_str())) : std::wstring();
 }
 
 std::string Environment::Get(const std::string& name) {
@@ -114,9 +80,9 @@ std::string Environment::Get(const std::string& name) {
 
 std::string Environment::Get(const char* name) {
   if (name == nullptr || *name == '\0') FailGetName();
+  if (!os::GetCapabilities().environmentIsWide) return du::CheckUtf8(name) ? Read(name) : std::string();
   const std::optional<std::wstring> wide = Widen(name);
-  if (!wide) return {};
-  return os::GetCapabilities().environmentIsWide ? NarrowForgiving(Read(wide->c_str())) : Read(name);
+  return wide ? du::ToUtf8(Read(wide->c_str())) : std::string();
 }
 
 void Environment::Put(const std::wstring& name, const std::wstring& value) {
@@ -135,11 +101,9 @@ void Environment::Put(const std::string& name, const std::string& value) {
 void Environment::Put(const char* name, const char* value) {
   if (name == nullptr || *name == '\0') FailPutName();
   const char* text = value == nullptr ? "" : value;
-  const std::optional<std::wstring> wideName = Widen(name);
-  const std::optional<std::wstring> wideValue = Widen(text);
-  if (!wideName || !wideValue) FailPut();
-  if (os::GetCapabilities().environmentIsWide) return Write(wideName->c_str(), wideValue->c_str());
-  Write(name, text);
+  if (!du::CheckUtf8(name) || !du::CheckUtf8(text)) FailPut();
+  if (!os::GetCapabilities().environmentIsWide) return Write(name, text);
+  Write(Widen(name)->c_str(), Widen(text)->c_str());
 }
 
 bool Environment::Test(const char* name) {
