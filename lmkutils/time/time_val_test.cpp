@@ -203,9 +203,10 @@ TEST(LocalTimeVal, PrintsInZonesWithoutRules) {
 // Zones that change on the hour, on the half hour, at odd seconds, and by less than a quarter of an hour;
 // those that a run-time does not know are some other zone to it, which must agree as well.
 TEST(LocalTimeVal, FollowsEveryChangeOfTheZone) {
-  for (const char* zone : {"UTC0", "CET-1CEST,M3.5.0,M10.5.0/3", "EST5EDT", "LHT-10:30LHS-11,M10.1.0,M4.1.0",
-                           "XXX0:00:07YYY-0:19:32,J100/02:07:13,J200/03:03:03", "Europe/Amsterdam",
-                           "Africa/Monrovia", "Asia/Kathmandu", "Pacific/Apia"}) {
+  for (const char* zone :
+       {"UTC0", "CET-1CEST,M3.5.0,M10.5.0/3", "EST5EDT", "LHT-10:30LHS-11,M10.1.0,M4.1.0",
+        "XXX0:00:07YYY-0:19:32,J100/02:07:13,J200/03:03:03", "Europe/Amsterdam", "Africa/Monrovia",
+        "Africa/Freetown", "Asia/Kathmandu", "Pacific/Apia", "AAA0BBB,J100,J102"}) {
     const lmktest::ChildResult result = InZone(zone);
     EXPECT_EQ(result.exitCode, 0) << zone << "\n" << result.out.substr(0, 2000);
   }

@@ -1,5 +1,6 @@
 #include "lmkutils/time/internal/local_zone.h"
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 
@@ -37,14 +38,20 @@ class OffsetCache {
     return Answer::kKnown;
   }
 
-  // `offset` is the answer for an instant of the block; it is the whole block's when both ends have it.
+  // `offset` is the answer for an instant of the block. It is taken for the whole block's when both ends and
+  // an instant of each day have it.
   void Learn(std::int64_t seconds, std::int64_t offset) noexcept {
     const std::int64_t block = FloorDiv(seconds, kSeconds);
     if (block >= kBlockLimit || block < -kBlockLimit) return;
-    std::int64_t first = 0, last = 0;
-    if (!AskOffset(block * kSeconds, first) || !AskOffset(block * kSeconds + kSeconds - 1, last)) return;
-    const std::int64_t stored =
-        first == offset && last == offset ? offset + kOffsetLimit : std::int64_t{kMixed};
+    const std::int64_t first = block * kSeconds, last = first + kSeconds - 1;
+    bool isWhole = true;
+    for (std::int64_t at = first;; at = std::min(at + kSecondsPerDay, last)) {
+      std::int64_t there = 0;
+      if (!AskOffset(at, there)) return;
+      isWhole = isWhole && there == offset;
+      if (at == last) break;
+    }
+    const std::int64_t stored = isWhole ? offset + kOffsetLimit : std::int64_t{kMixed};
     if (stored < kMixed || stored >= 2 * kOffsetLimit) return;
     entries_[static_cast<std::size_t>(block) % kRoom].store(Key(block) | static_cast<Entry>(stored),
                                                             std::memory_order_relaxed);
@@ -62,8 +69,8 @@ class OffsetCache {
   std::array<std::atomic<Entry>, kRoom> entries_{};
 };
 
-// Six days, for 68 years of them: shorter than any zone since 1970 has changed its offset and changed it back
-// (a week less one hour, in Brazil in October 2000), so that two ends that agree speak for the days between.
+// Six days, for 68 years of them. No zone has changed its offset and changed it back within a day (within
+// four, once: Freetown in September 1939), so that days that agree speak for what lies between them.
 using Days = OffsetCache<std::int64_t{1} << 19, 4096>;
 // For the days around a change.
 using Quarters = OffsetCache<std::int64_t{15 * 60}, 16>;
