@@ -14,6 +14,10 @@ bool IsDigit(char c) {
   return c >= '0' && c <= '9';
 }
 
+bool IsFlag(char c) {
+  return c == '-' || c == '+' || c == '#' || c == '0' || c == ' ';
+}
+
 // The longest prefix of at most `limit` bytes that does not end inside a UTF-8 character. Bytes that are not
 // UTF-8 are cut anywhere.
 std::size_t CutLength(const char* text, std::size_t limit) {
@@ -107,7 +111,7 @@ void PrintfFormatter::FinalizeFormatSpec() noexcept {
 }
 
 void PrintfFormatter::CopyFlags() noexcept {
-  for (; *position_ != '\0' && std::strchr("-+#0 ", *position_) != nullptr; ++position_) {
+  for (; IsFlag(*position_); ++position_) {
     CopyFormatSpecChar(*position_);
     plain_ = false;
   }

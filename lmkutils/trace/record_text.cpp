@@ -1,5 +1,6 @@
 #include "lmkutils/trace/internal/record_text.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cstdint>
@@ -47,11 +48,33 @@ void AppendWithoutLineFeeds(std::string_view text, std::string& out) {
   for (std::size_t at = out.find('\n', start); at != out.npos; at = out.find('\n', at)) out[at] = ' ';
 }
 
-// Appends the text, each byte for which Classify says so replaced. Runs of other bytes are copied at once.
+// Bytes that cannot be copied as they are, by value. Those of characters beyond ASCII are among them, since
+// they may not be UTF-8.
+using SpecialBytes = std::array<bool, 256>;
+
+constexpr SpecialBytes MakeSpecialBytes(std::string_view characters) {
+  SpecialBytes special{};
+  for (std::size_t i = 0; i < special.size(); ++i) special[i] = i < 0x20 || i >= 0x80;
+  for (const char c : characters) special[static_cast<unsigned char>(c)] = true;
+  return special;
+}
+
+constexpr SpecialBytes kJsonSpecial = MakeSpecialBytes("\"\\");
+constexpr SpecialBytes kXmlSpecial = MakeSpecialBytes("&<>'\"");
+
+bool HasSpecial(std::string_view text, const SpecialBytes& special) {
+  return std::any_of(text.begin(), text.end(),
+                     [&special](char c) { return special[static_cast<unsigned char>(c)]; });
+}
+
+// Appends well-formed text, each byte replaced for which `replacementOf` gives something. Runs of other bytes
+// are copied at once.
 template <class Replace>
-void AppendReplacing(std::string_view text, std::string& out, const Replace& replacementOf) {
+void AppendReplacing(std::string_view text, const SpecialBytes& special, const Replace& replacementOf,
+                     std::string& out) {
   std::size_t run = 0;
   for (std::size_t i = 0; i < text.size(); ++i) {
+    if (!special[static_cast<unsigned char>(text[i])]) continue;
     const std::string_view replacement = replacementOf(text[i]);
     if (replacement.empty()) continue;
     out.append(text, run, i - run).append(replacement);
@@ -160,12 +183,22 @@ void AppendXmlAttribute(std::string_view before, std::string_view value, std::st
 }  // namespace
 
 void AppendJsonText(std::string_view text, std::string& out) {
-  WithValidUtf8(text, [&out](std::string_view valid) { AppendReplacing(valid, out, JsonReplacement); });
+  if (!HasSpecial(text, kJsonSpecial)) {
+    out.append(text);
+    return;
+  }
+  WithValidUtf8(
+      text, [&out](std::string_view valid) { AppendReplacing(valid, kJsonSpecial, JsonReplacement, out); });
 }
 
 void AppendXmlText(std::string_view text, std::string& out) {
+  if (!HasSpecial(text, kXmlSpecial)) {
+    out.append(text);
+    return;
+  }
   const std::size_t start = out.size();
-  WithValidUtf8(text, [&out](std::string_view valid) { AppendReplacing(valid, out, XmlReplacement); });
+  WithValidUtf8(text,
+                [&out](std::string_view valid) { AppendReplacing(valid, kXmlSpecial, XmlReplacement, out); });
   ReplaceNonCharacters(out, start);
 }
 

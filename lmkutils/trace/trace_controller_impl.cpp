@@ -7,7 +7,6 @@
 #include "lmkutils/os/capabilities.h"
 #include "lmkutils/os/fork_hooks.h"
 #include "lmkutils/os/saved_error.h"
-#include "lmkutils/os/thread.h"
 #include "lmkutils/os/viewer_window.h"
 #include "lmkutils/platform/environment.h"
 #include "lmkutils/platform/internal/lazy_spin_lock.h"
@@ -15,8 +14,6 @@
 #include "lmkutils/platform/internal/singleton.h"
 #include "lmkutils/platform/lm_info.h"
 #include "lmkutils/platform/lm_sys_info.h"
-#include "lmkutils/platform/process.h"
-#include "lmkutils/time/clock.h"
 #include "lmkutils/trace/internal/environment_consumer.h"
 #include "lmkutils/trace/internal/inside_mark.h"
 #include "lmkutils/trace/internal/tracing.h"
@@ -34,8 +31,11 @@ alignas(TraceControllerImpl) constinit std::byte controllerStorage[sizeof(TraceC
 
 // A child process made while another thread is inside a delivery gets the lock free and the consumers whole.
 void AddForkHooksOnce() {
-  static const bool added =
-      os::AddForkHooks([]() noexcept { controllerLock.Lock(); }, []() noexcept { controllerLock.Unlock(); });
+  static const bool added = os::AddForkHooks([]() noexcept { controllerLock.Lock(); },
+                                             []() noexcept {
+                                               RememberProcessId();
+                                               controllerLock.Unlock();
+                                             });
   static_cast<void>(added);
 }
 
@@ -52,8 +52,7 @@ bool Takes(TraceConsumer& consumer, const TraceFormatter& record) noexcept {
 }
 
 void WriteHeader(TraceConsumer& consumer) {
-  TraceFormatter header(du::GetTime(), TraceType::Info, static_cast<int>(Process::GetCurrentProcId()),
-                        static_cast<int>(os::CurrentThreadId()), "TraceConsumer", "Trace");
+  TraceFormatter header = StampedRecord(TraceType::Info, "TraceConsumer", "Trace");
   header.DontBroadCast();
   header << "Version: "
          << "20.0.0.0"
@@ -101,6 +100,7 @@ void TraceControllerImpl::Begin() {
   controllerLock.Get();  // from here on locking cannot fail
   debugMasks_ = ParseDebugMasks(Environment::Get("LMTRACE_DEBUG"));
   AddForkHooksOnce();
+  RememberProcessId();
   traceState.store(TraceState::kOff, std::memory_order_release);
 }
 
@@ -108,15 +108,16 @@ void TraceControllerImpl::End(bool forGood) noexcept {
   const InsideMark inside;
   const bool wasOn = IsActive();
   const TraceState state = !forGood ? TraceState::kUnknown : wasOn ? TraceState::kEnded : TraceState::kOff;
+  // First of all, so that threads which trace all the time leave the lock alone.
+  traceState.store(state, std::memory_order_release);
   // Where the other threads are dead, one of them may have died inside the lock.
-  if (os::GetCapabilities().exitKillsThreads) {
-    traceState.store(state, std::memory_order_release);
-    if (!controllerLock.TryLock()) return;
-  } else {
+  if (!os::GetCapabilities().exitKillsThreads) {
     controllerLock.Lock();
-    traceState.store(state, std::memory_order_release);
+  } else if (!controllerLock.TryLock()) {
+    return;
   }
   ended_ = forGood;
+  traceState.store(state, std::memory_order_release);  // a consumer may have been added meanwhile
   Consumers consumers;
   DebugMasks masks;
   consumers.swap(consumers_);

@@ -13,6 +13,7 @@ namespace {
 
 constinit std::atomic<std::uint64_t> droppedCount{0};
 constinit thread_local bool insideController = false;
+constinit std::atomic<int> processId{0};
 
 // The answer behind the flag that the tracers look at: makes the controller at the first call of all.
 bool TracingIsOn() noexcept {
@@ -51,12 +52,20 @@ bool InsideMark::IsSet() noexcept {
   return insideController;
 }
 
+void RememberProcessId() noexcept {
+  processId.store(static_cast<int>(Process::GetCurrentProcId()), std::memory_order_relaxed);
+}
+
+TraceFormatter StampedRecord(TraceType type, const char* key, const char* subKey) {
+  return TraceFormatter(du::GetTime(), type, processId.load(std::memory_order_relaxed),
+                        static_cast<int>(os::CurrentThreadId()), key, subKey);
+}
+
 TraceFormatter MakeRecord(TraceType type, const char* key, const char* subKey) noexcept {
   const os::SavedError saved;
   if (!TracingIsOn()) return TraceFormatter();
   try {
-    return TraceFormatter(du::GetTime(), type, static_cast<int>(Process::GetCurrentProcId()),
-                          static_cast<int>(os::CurrentThreadId()), key, subKey);
+    return StampedRecord(type, key, subKey);
   } catch (...) {
     return TraceFormatter();
   }

@@ -36,6 +36,12 @@ void TracePairs(TraceType type, const char* key, const char* subKey,
 // True when the debug mask of the key and sub-key shares a bit with `mask`.
 bool DebugMaskMatches(unsigned mask, const char* key, const char* subKey) noexcept;
 
+// A live record of this moment and thread. Throws std::logic_error when there is no clock.
+TraceFormatter StampedRecord(TraceType type, const char* key, const char* subKey);
+// Takes the process id that records bear from now on, at the controller's birth and in a child process after
+// a fork: asking for it each time would cost a quarter of a record.
+void RememberProcessId() noexcept;
+
 // The end of a record: hands it to the controller, or counts it as dropped.
 void Deliver(const TraceFormatter& record) noexcept;
 
