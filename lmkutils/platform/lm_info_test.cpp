@@ -13,6 +13,7 @@
 #include "lmkutils/platform/lm_sys_info.h"
 #include "lmkutils/platform/process.h"
 #include "lmkutils/testing/child_process.h"
+#include "lmkutils/testing/pattern.h"
 #include "lmkutils/testing/temp_dir.h"
 
 namespace dp {
@@ -23,7 +24,6 @@ using internal::InSystemForm;
 using internal::IsAcceptableRoot;
 using internal::PathBelow;
 using testing::HasSubstr;
-using testing::MatchesRegex;
 
 os::Capabilities FactsOf(bool windows) {
   os::Capabilities facts = os::GetCapabilities();
@@ -144,9 +144,9 @@ TEST(LmInfoTest, HostsMayNameTheRootBeforeFirstUse) {
 }
 
 TEST(SystemTest, TellsPlatformSystemAndProcess) {
-  EXPECT_THAT(LmInfo::GetPlatformName(), MatchesRegex("(windows|linux)-[a-z0-9]+"));
-  EXPECT_THAT(LmSysInfo::GetOsName(), MatchesRegex("Windows|Linux"));
-  EXPECT_THAT(LmSysInfo::GetOsVersion(), MatchesRegex("[0-9]+\\.[0-9]+.*"));
+  EXPECT_THAT(LmInfo::GetPlatformName(), lmktest::IsOfForm("(windows|linux)-[a-z0-9]+"));
+  EXPECT_THAT(LmSysInfo::GetOsName(), lmktest::IsOfForm("Windows|Linux"));
+  EXPECT_THAT(LmSysInfo::GetOsVersion(), lmktest::IsOfForm("[0-9]+\\.[0-9]+.*"));
   EXPECT_NE(Process::GetCurrentProcId(), 0u);
   EXPECT_EQ(Process::GetCurrentProcId(), Process::GetCurrentProcId());
 }

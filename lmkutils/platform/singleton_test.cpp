@@ -13,6 +13,7 @@
 #include "lmkutils/platform/dead_reference.h"
 #include "lmkutils/platform/internal/global_tracker.h"
 #include "lmkutils/testing/child_process.h"
+#include "lmkutils/testing/pattern.h"
 #include "lmkutils/testing/threads.h"
 
 namespace {
@@ -104,7 +105,7 @@ TEST(Singleton, EndsCleanlyUnderThreadsThatStillRun) {
     const auto child = lmktest::RunSelf("use_singletons_while_ending");
     EXPECT_EQ(child.exitCode, 0) << child.err;
     EXPECT_FALSE(child.crashed || child.timedOut);
-    EXPECT_THAT(child.out, testing::MatchesRegex("e[lm]*"));
+    EXPECT_THAT(child.out, lmktest::IsOfForm("e[lm]*"));
   }
 }
 
