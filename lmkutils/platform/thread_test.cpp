@@ -7,11 +7,12 @@
 #include <string>
 #include <utility>
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include "lmkutils/os/fault/fault.h"
 #include "lmkutils/platform/semaphore.h"
 #include "lmkutils/testing/threads.h"
+#include "lmkutils/testing/trace_recorder.h"
 
 namespace {
 
@@ -94,18 +95,26 @@ TEST(Thread, DoesNotStartTwice) {
     ++runs;
     go.Wait(0);
   });
+  lmktest::TraceRecorder recorder;
   std::atomic<int> started{0};
   lmktest::OnThreads(4, [&](int number) { started += worker.Start(number % 2 == 0) ? 1 : 0; });
   EXPECT_EQ(started, 1);
-  EXPECT_FALSE(worker.Start(true));
   go.Signal();
   worker.WaitForThreadToTerminate();
   EXPECT_EQ(runs, 1);
+  const auto records = recorder.Take();
+  ASSERT_EQ(records.size(), 3U);
+  for (const lmktest::TracedRecord& record : records) {
+    EXPECT_EQ(record.key + "/" + record.subKey, "dp/Thread");
+    EXPECT_EQ(record.type, dp::TraceType::Info);
+    EXPECT_EQ(record.text, "Failed to create thread - thread is already running.\n");
+  }
 }
 
 TEST(Thread, ThatCannotBeCreatedMayBeStartedLater) {
   int runs = 0;
   Worker worker([&] { ++runs; });
+  lmktest::TraceRecorder recorder;
   for (const bool synchronous : {true, false}) {
     const os::fault::Arming noThread(os::fault::Call::kThreadStart);
     EXPECT_FALSE(worker.Start(synchronous));
@@ -116,25 +125,33 @@ TEST(Thread, ThatCannotBeCreatedMayBeStartedLater) {
     worker.WaitForThreadToTerminate();
   }
   EXPECT_EQ(runs, 2);
+  const std::string failure = "Failed to create thread (8)\n";
+  EXPECT_THAT(recorder.TakeTexts(), testing::ElementsAre(failure, failure));
   const os::fault::Arming noMemory(os::fault::Call::kHeapAllocate);  // for the start lock
   EXPECT_FALSE(worker.Start(true));
 }
 
-TEST(Thread, SurvivesExceptionsOfItsBody) {
-  const std::function<void()> failures[] = {
-      [] { throw std::runtime_error("on purpose"); },
-      [] { throw 7; },
+TEST(Thread, TracesExceptionsOfItsBody) {
+  const struct {
+    std::function<void()> fail;
+    std::string caught;
+  } cases[] = {
+      {[] { throw std::runtime_error("on 100% purpose"); }, " caught exception(\"on 100% purpose\").\n"},
+      {[] { throw 7; }, " caught unknown exception.\n"},
   };
-  for (const auto& failure : failures) {
+  lmktest::TraceRecorder recorder;
+  for (const auto& item : cases) {
     bool ran = false;
-    Worker inRun(failure);
+    Worker inRun(item.fail);
     EXPECT_TRUE(inRun.Start(true));
-    Worker inInitialize([&] { ran = true; }, failure, "a name");
+    inRun.WaitForThreadToTerminate();
+    EXPECT_EQ(inRun.GetThreadId(), 0U);
+    Worker inInitialize([&] { ran = true; }, item.fail, "a name");
     EXPECT_TRUE(inInitialize.Start(true));
     inInitialize.WaitForThreadToTerminate();
-    inRun.WaitForThreadToTerminate();
     EXPECT_FALSE(ran);
-    EXPECT_EQ(inRun.GetThreadId(), 0U);
+    EXPECT_THAT(recorder.TakeTexts(),
+                testing::ElementsAre(" Thread " + item.caught, " Thread a name" + item.caught));
   }
 }
 

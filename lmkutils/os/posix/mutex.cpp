@@ -1,16 +1,23 @@
 #include "lmkutils/os/mutex.h"
 
+#include <atomic>
 #include <cerrno>
 #include <new>
 
 #include <pthread.h>
 
 #include "lmkutils/os/memory.h"
+#include "lmkutils/os/posix/thread_token.h"
 
 namespace os {
 
+// The owner is noted beside the system's mutex, so that a release by another thread is refused before it gets
+// there: the system would refuse it as well, but thread checkers report the attempt. A dead owner's note may
+// name a later thread that has the same token; then the system's refusal counts.
 struct Mutex {
   pthread_mutex_t native;
+  std::atomic<std::uintptr_t> owner{0};
+  unsigned depth = 0;  // the owner's
 };
 
 namespace {
@@ -25,16 +32,23 @@ int InitRobustRecursive(pthread_mutex_t& mutex) noexcept {
   return error;
 }
 
+MutexResult NoteOwner(Mutex& mutex, unsigned depth, MutexResult result) noexcept {
+  mutex.depth = depth;
+  mutex.owner.store(ThreadToken(), std::memory_order_relaxed);
+  return result;
+}
+
 // An abandoned mutex is made whole at once; what the dead owner left half done is the callers' business, as
 // on Windows.
 MutexResult ResultOf(Mutex& mutex, int error) noexcept {
   switch (error) {
     case 0:
-      return MutexResult::kAcquired;
+      return NoteOwner(mutex, mutex.depth + 1, MutexResult::kAcquired);
     case EBUSY:
       return MutexResult::kBusy;
     case EOWNERDEAD:
-      return pthread_mutex_consistent(&mutex.native) == 0 ? MutexResult::kAbandoned : MutexResult::kFailed;
+      pthread_mutex_consistent(&mutex.native);
+      return NoteOwner(mutex, 1, MutexResult::kAbandoned);
     default:
       return MutexResult::kFailed;
   }
@@ -70,6 +84,8 @@ MutexResult MutexTryAcquire(Mutex* mutex) noexcept {
 }
 
 bool MutexRelease(Mutex* mutex) noexcept {
+  if (mutex->owner.load(std::memory_order_relaxed) != ThreadToken()) return false;
+  if (--mutex->depth == 0) mutex->owner.store(0, std::memory_order_relaxed);
   return pthread_mutex_unlock(&mutex->native) == 0;
 }
 

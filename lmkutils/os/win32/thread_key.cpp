@@ -13,7 +13,8 @@ namespace {
 static_assert(static_cast<DWORD>(kNoThreadKey) == TLS_OUT_OF_INDEXES &&
               TLS_OUT_OF_INDEXES == FLS_OUT_OF_INDEXES);
 
-// A successful read sets the last error to 0.
+// A successful read sets the last error to 0. Saving errno as well, as os::SavedError does, would cost more
+// than the read itself.
 class LastErrorKeeper {
  public:
   LastErrorKeeper() noexcept : saved_(GetLastError()) {}
