@@ -11,6 +11,7 @@
 #include "lmkutils/l10n/localizer_error.h"
 #include "lmkutils/l10n/testing/reference_table.h"
 #include "lmkutils/memory/smart_ptr.h"
+#include "lmkutils/testing/trace_recorder.h"
 
 namespace {
 
@@ -205,6 +206,34 @@ TEST(Lmtrb, BrokenStreamStillCountsAsWritten) {
   const auto table = Load("A.value=x{0}\n");
   std::ostream nowhere(nullptr);
   EXPECT_TRUE(table->BuildLocalizedString(nowhere, "A", true, {"y"}));
+}
+
+TEST(Lmtrb, FailuresAreReportedWhenAsked) {
+  lmktest::TraceRecorder recorder;
+  const auto table = Load("A.value={0} {2}\n");
+  std::ostringstream out;
+  EXPECT_FALSE(table->BuildLocalizedString(out, "B", true));
+  EXPECT_FALSE(table->BuildLocalizedString(out, "A", true));
+  EXPECT_FALSE(table->BuildLocalizedString(out, nullptr, true, {}));
+  EXPECT_FALSE(table->BuildLocalizedStringFromExternal(out, "X", "{0}", true, {"1", "2"}));
+  EXPECT_FALSE(table->BuildLocalizedString(out, "B", false));
+  EXPECT_FALSE(table->BuildLocalizedString(out, "A", false, {"1"}));
+  const std::vector<lmktest::TracedRecord> records = recorder.Take();
+  const std::string start = "LocalizeMessage():- Failed to localize string with table(";
+  const std::vector<std::string> expected{start + "Unknown tag \"B\" in  file \"test.lmtrb\".) ",
+                                          start +
+                                              "could not build localized string for tag \"A\" (Incorrect "
+                                              "number of arguments: got 0, expected 3).) ",
+                                          start + "Unknown tag \"\" in  file \"test.lmtrb\".) ",
+                                          start +
+                                              "could not build localized string for tag \"X\" (Incorrect "
+                                              "number of arguments: got 2, expected 1).) "};
+  ASSERT_EQ(expected.size(), records.size());
+  for (std::size_t i = 0; i < records.size(); ++i) {
+    EXPECT_EQ(expected[i], records[i].text);
+    EXPECT_EQ("utils Lmtrb", records[i].key + " " + records[i].subKey);
+    EXPECT_EQ(dp::TraceType::Warning, records[i].type);
+  }
 }
 
 TEST(Lmtrb, AllStringsInFileOrderAndWithoutReplacing) {

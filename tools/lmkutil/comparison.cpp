@@ -1,0 +1,73 @@
+#include "tools/lmkutil/comparison.h"
+
+#include <algorithm>
+#include <map>
+
+namespace lmkutil {
+namespace {
+
+std::string FileName(const std::string& path) {
+  const std::size_t separator = path.find_last_of("/\\");
+  return separator == path.npos ? path : path.substr(separator + 1);
+}
+
+std::map<std::string, const Message*> ByTag(const StringFile& file) {
+  std::map<std::string, const Message*> messages;
+  for (const Message& message : file.messages) messages.emplace(message.tag, &message);
+  return messages;
+}
+
+// A missing message is reported where it belongs: behind the last one before it that the file has.
+void FindMissing(const StringFile& reference, StringFile& file) {
+  const auto messages = ByTag(file);
+  std::size_t line = 1;
+  for (const Message& wanted : reference.messages) {
+    const auto found = messages.find(wanted.tag);
+    if (found != messages.end()) {
+      line = found->second->line;
+    } else {
+      file.findings.push_back(
+          {line, 1, Severity::kError, "MISSING", {wanted.tag, reference.path, std::to_string(wanted.line)}});
+    }
+  }
+}
+
+void FindDifferent(const StringFile& reference, StringFile& file) {
+  const auto wanted = ByTag(reference);
+  for (const Message& message : file.messages) {
+    const auto found = wanted.find(message.tag);
+    if (found == wanted.end()) {
+      file.findings.push_back(
+          {message.line, 1, Severity::kWarning, "SURPLUS", {message.tag, reference.path}});
+    } else if (found->second->arguments != message.arguments) {
+      file.findings.push_back(
+          {message.line,
+           message.column,
+           Severity::kError,
+           "DIFFERENT",
+           {ListPlaceholders(message.arguments), ListPlaceholders(found->second->arguments), reference.path,
+            std::to_string(found->second->line)}});
+    }
+  }
+}
+
+void Compare(const StringFile& reference, StringFile& file) {
+  FindMissing(reference, file);
+  FindDifferent(reference, file);
+  std::stable_sort(file.findings.begin(), file.findings.end(), IsBefore);
+}
+
+}  // namespace
+
+void CompareLanguages(std::vector<StringFile>& files) {
+  std::map<std::string, std::size_t> count;
+  for (const StringFile& file : files) ++count[FileName(file.path)];
+  const bool areOneGroup = count.size() == files.size();
+  std::map<std::string, const StringFile*> references;
+  for (StringFile& file : files) {
+    const auto [reference, isFirst] = references.emplace(areOneGroup ? "" : FileName(file.path), &file);
+    if (!isFirst) Compare(*reference->second, file);
+  }
+}
+
+}  // namespace lmkutil

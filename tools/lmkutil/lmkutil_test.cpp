@@ -1,0 +1,255 @@
+// The tool as its users meet it: as a program.
+#include <array>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "lmkutils/testing/child_process.h"
+#include "lmkutils/testing/temp_dir.h"
+
+namespace {
+
+using lmktest::ChildResult;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+using Texts = std::vector<std::string>;
+
+// Beside this program, with the suffix that programs have here.
+std::string ToolPath() {
+  const std::string self = lmktest::SelfPath();
+  const std::size_t name = self.find_last_of("/\\") + 1;
+  const std::size_t suffix = self.find('.', name);
+  return self.substr(0, name) + "lmkutil" + (suffix != self.npos ? self.substr(suffix) : "");
+}
+
+ChildResult RunTool(const Texts& arguments, lmktest::Environment environment = {{"LUMORA_LANG", "en"}}) {
+  Texts all{ToolPath()};
+  all.insert(all.end(), arguments.begin(), arguments.end());
+  for (const char* variable : {"LUMORA_TRACE", "LUMORA_PROC_TRACE", "LC_ALL", "LC_MESSAGES", "LANG"}) {
+    environment.insert(environment.begin(), {variable, ""});
+  }
+  return lmktest::RunChild(all, environment);
+}
+
+// "LINE:COLUMN severity ID" of each finding of "strings check --json".
+Texts Findings(const std::string& json) {
+  Texts findings;
+  const auto member = [&](const char* name, std::size_t from) {
+    const std::size_t start =
+        json.find(std::string("\"") + name + "\": ", from) + std::string(name).size() + 4;
+    const std::string value = json.substr(start, json.find_first_of(",}", start) - start);
+    return value.front() == '"' ? value.substr(1, value.size() - 2) : value;
+  };
+  for (std::size_t at = json.find("{\"file\""); at != json.npos; at = json.find("{\"file\"", at + 1)) {
+    findings.push_back(member("line", at) + ":" + member("column", at) + " " + member("severity", at) + " " +
+                       member("id", at));
+  }
+  return findings;
+}
+
+class LmkutilTest : public testing::Test {
+ protected:
+  // The findings in a single file.
+  Texts Check(const std::string& bytes, int expectedStatus) {
+    const ChildResult result = RunTool({"strings", "check", "--json", folder_.Write("a.lmtrb", bytes)});
+    EXPECT_EQ(expectedStatus, result.exitCode) << result.err;
+    EXPECT_EQ("", result.err);
+    return Findings(result.out);
+  }
+
+  lmktest::TempDir folder_{"lmkutil ä 日"};
+};
+
+TEST_F(LmkutilTest, ShowsMessages) {
+  const std::string file = folder_.Write("ü.lmtrb",
+                                         "\xEF\xBB\xBF"
+                                         "A.value=plain\\ntext\r\nB.value=<{1}|{0}>\r\n");
+  struct Case {
+    Texts arguments;
+    const char* out;
+  };
+  for (const Case& c :
+       {Case{{"A"}, "plain\ntext\n"}, Case{{"B", "ä日", "x y"}, "<x y|ä日>\n"},
+        Case{{"B", "-5", "--json"}, "<--json|-5>\n"}, Case{{"B", "", "{0}\\n"}, "<{0}\\n|>\n"}}) {
+    Texts arguments{"strings", "show", file};
+    arguments.insert(arguments.end(), c.arguments.begin(), c.arguments.end());
+    const ChildResult result = RunTool(arguments);
+    EXPECT_EQ(0, result.exitCode) << result.err;
+    EXPECT_EQ(c.out, result.out);
+    EXPECT_EQ("", result.err);
+  }
+}
+
+TEST_F(LmkutilTest, FailuresAreOneLineThatSaysWhatToDo) {
+  const std::string file = folder_.Write("a.lmtrb", "A.value={0}{2}\n");
+  const std::string bad = folder_.Write("bad.lmtrb", "A value\n");
+  const std::string missing = folder_.File("missing.lmtrb");
+  struct Case {
+    Texts arguments;
+    int status;
+    std::string err;
+  };
+  const std::vector<Case> cases{
+      {{"strings", "show", file, "B"},
+       1,
+       "there is no message \"B\" in \"" + file + "\"; \"lmkutil strings list " + file +
+           "\" shows those that there are"},
+      {{"strings", "show", file, "A", "x"},
+       1,
+       "the message \"A\" takes this many arguments: 3, not 1; give as many"},
+      {{"strings", "show", missing, "A"},
+       1,
+       "cannot read \"" + missing + "\"; check the path and the permissions"},
+      {{"strings", "list", folder_.Path()},
+       1,
+       "cannot read \"" + folder_.Path() + "\"; check the path and the permissions"},
+      {{"strings", "list", bad},
+       1,
+       "cannot load \"" + bad + "\"; \"lmkutil strings check " + bad + "\" tells why"},
+      {{"strings", "check", missing},
+       1,
+       "cannot read \"" + missing + "\"; check the path and the permissions"},
+      {{}, 2, "a command or an argument is missing; see \"lmkutil --help\""},
+      {{"strings", "show", file},
+       2,
+       "a command or an argument is missing; see \"lmkutil strings show --help\""},
+      {{"strings", "check", "--xml", file},
+       2,
+       "\"--xml\" is not understood; see \"lmkutil strings check --help\""},
+      {{"sing"}, 2, "\"sing\" is not understood; see \"lmkutil --help\""},
+  };
+  for (const Case& c : cases) {
+    const ChildResult result = RunTool(c.arguments);
+    EXPECT_EQ(c.status, result.exitCode);
+    EXPECT_EQ("lmkutil: " + c.err + "\n", result.err);
+  }
+}
+
+TEST_F(LmkutilTest, ListsInFileOrder) {
+  const std::string file = folder_.Write("a.lmtrb", "B.value=b\\n\\\\ {1}\nA.value=\n.value=ä\n");
+  EXPECT_EQ("B\t2\tb\\n\\\\ {1}\nA\t0\t\n\t0\tä\n", RunTool({"strings", "list", file}).out);
+}
+
+TEST_F(LmkutilTest, HelpAndVersion) {
+  EXPECT_THAT(RunTool({"--version"}).out, testing::MatchesRegex("lmkutil [0-9]+\\.[0-9]+\\.[0-9]+\n"));
+  for (const Texts& arguments : {Texts{"--help"}, Texts{"strings", "-h"}, Texts{"strings", "show", "--help"},
+                                 Texts{"strings", "list", "--help"}, Texts{"strings", "check", "--help"}}) {
+    const ChildResult result = RunTool(arguments);
+    EXPECT_EQ(0, result.exitCode);
+    EXPECT_THAT(result.out, HasSubstr("Usage: lmkutil"));
+  }
+}
+
+TEST_F(LmkutilTest, SpeaksTheUsersLanguage) {
+  struct Case {
+    lmktest::Environment environment;
+    const char* start;
+  };
+  for (const Case& c :
+       {Case{{{"LUMORA_LANG", "de"}}, "lmkutil: ein Befehl"},
+        Case{{{"LUMORA_LANG", "fr"}}, "lmkutil: il manque"},
+        Case{{{"LUMORA_LANG", "ja"}}, "lmkutil: コマンド"},
+        Case{{{"LANG", "de_AT.UTF-8"}}, "lmkutil: ein Befehl"},
+        Case{{{"LANG", "de_AT.UTF-8"}, {"LC_ALL", "C"}}, "lmkutil: a command"},
+        Case{{{"LUMORA_LANG", "../de"}}, "lmkutil: a command"},
+        Case{{{"LUMORA_LANG", "tlh"}}, "lmkutil: a command"},
+        Case{{{"LUMORA_LANG", "Pseudo"}}, "lmkutil: [á çöɱɱáñð"}, Case{{}, "lmkutil: a command"}}) {
+    const ChildResult result = RunTool({}, c.environment);
+    EXPECT_EQ(2, result.exitCode);
+    EXPECT_THAT(result.err, StartsWith(c.start));
+  }
+}
+
+TEST_F(LmkutilTest, ChecksLines) {
+  struct Case {
+    std::string bytes;
+    Texts findings;
+  };
+  const std::vector<Case> faulty{
+      {"A.value=x\nB value\n", {"2:1 error NO_DOT"}},
+      {"A.value=x\n  B.value\n", {"2:5 error NO_EQUALS"}},
+      {"ä.value=x\n\n#c\nä.value=y\n", {"4:1 error DUPLICATE"}},
+      {"A.value=x\nB.value=y", {"2:10 error LOST_MESSAGE"}},
+      {"A.value=x\nB.val", {"2:6 error LOST_LINE"}},
+      {"A.value=x\nA.Value=y\nA.valeu=y\nA. value=y\nA.note=\nA.comment=\nA.owner=me\n",
+       {"2:3 error MISSPELT_KEY", "3:3 error MISSPELT_KEY", "4:3 error MISSPELT_KEY",
+        "7:3 error UNKNOWN_KEY"}},
+      {"A.value=ä {0\nB.value={1 of {0}\n", {"1:11 error UNFINISHED", "2:9 error UNFINISHED"}},
+      {"A.value={0 }{\n", {"1:9 error UNFINISHED", "1:13 warning NOT_PLACEHOLDER"}},
+      {"A.value={99999999999}\n", {"1:9 error HUGE_NUMBER"}},
+      {"\xEFzzA.value=x\n", {"1:1 error BROKEN_BOM"}},
+      {"\xFF\xFE"
+       "A\0",
+       {"1:1 error UTF16"}},
+      {"A.value=ä\xE4 \xFF\n#\xC3\n", {"1:10 error BAD_UTF8", "2:2 error BAD_UTF8"}},
+      {std::string("A\0B.value=x\nA.value=x\0y\n", 24), {"1:2 error NUL_IN_TAG", "2:10 error NUL_IN_VALUE"}},
+      {"", {"1:1 error NO_MESSAGE"}},
+      {"# only\n\nA.comment=x\n", {"1:1 error NO_MESSAGE"}},
+  };
+  const std::vector<Case> doubtful{
+      {"A.value=\n", {"1:9 warning EMPTY_VALUE"}},
+      {"A.value=a\\d\\\\\\n\\\n", {"1:10 warning UNKNOWN_ESCAPE", "1:16 warning LAST_BACKSLASH"}},
+      {"A.value={} {-1} {٠} {x\n",
+       {"1:9 warning NOT_PLACEHOLDER", "1:12 warning NOT_PLACEHOLDER", "1:17 warning NOT_PLACEHOLDER",
+        "1:21 warning NOT_PLACEHOLDER"}},
+      {"A.value={0} {2}\n", {"1:9 warning UNUSED_ARGUMENT"}},
+      {"A .value=x\x01\r\n", {"1:2 warning TAG_BLANK", "1:11 warning CONTROL"}},
+  };
+  for (const Case& c : faulty) EXPECT_EQ(c.findings, Check(c.bytes, 1)) << c.bytes;
+  for (const Case& c : doubtful) EXPECT_EQ(c.findings, Check(c.bytes, 0)) << c.bytes;
+  EXPECT_THAT(Check("\xEF\xBB\xBF# ok\r\n\r\nA.value={{0}} \\\"{1}\\\" {00}\tx\r\n.value=y\r\n", 0),
+              ElementsAre());
+}
+
+TEST_F(LmkutilTest, ReportsAsCompilersDo) {
+  const std::string file = folder_.Write("a.lmtrb", "A.value=x\nA.value={0\nB.value=\n");
+  const ChildResult result = RunTool({"strings", "check", file});
+  EXPECT_EQ(1, result.exitCode);
+  EXPECT_EQ(file +
+                ":2:1: error: the tag \"A\" is in line 1 already, and the whole file is rejected; rename or "
+                "remove one of the two\n" +
+                file + ":3:9: warning: the message \"B\" is empty; write its text, or remove the line\n" +
+                "Files: 1, messages: 2, errors: 1, warnings: 1\n",
+            result.out);
+  EXPECT_EQ(1, RunTool({"strings", "check", "--strict", folder_.Write("b.lmtrb", "B.value=\n")}).exitCode);
+}
+
+TEST_F(LmkutilTest, ComparesLanguages) {
+  const std::string english = folder_.Write("en.lmtrb", "A.value={0}\nB.value=b\nC.value={0}{1}\n");
+  const std::string german = folder_.Write("de.lmtrb", "# x\nC.value={1}{0}{0}\n\nA.value=a\nD.value=d\n");
+  const ChildResult result = RunTool({"strings", "check", english, german});
+  EXPECT_EQ(1, result.exitCode);
+  EXPECT_EQ(german + ":4:1: error: the message \"B\" is missing; translate it from " + english + ":2\n" +
+                german + ":4:9: error: placeholders none, but {0} in " + english + ":1; use the same ones\n" +
+                german + ":5:1: warning: the message \"D\" is not in " + english +
+                "; remove it, or add it there\n" + "Files: 2, messages: 6, errors: 2, warnings: 1\n",
+            result.out);
+}
+
+TEST_F(LmkutilTest, OwnTextsAreCleanInEveryLanguage) {
+  const std::string self = lmktest::SelfPath();
+  const std::string bin = self.substr(0, self.find_last_of("/\\"));
+  Texts arguments{"strings", "check", "--strict"};
+  for (const char* language : {"en", "de", "fr", "ja"}) {
+    arguments.push_back(bin + "/../share/lumora/" + language + "/lmkutil.lmtrb");
+  }
+  const ChildResult result = RunTool(arguments);
+  EXPECT_EQ(0, result.exitCode) << result.out << result.err;
+  EXPECT_THAT(result.out, StartsWith("Files: 4, messages: "));
+}
+
+TEST_F(LmkutilTest, TracesWhatItDoes) {
+  const std::string file = folder_.Write("a.lmtrb", "A.value=x\n");
+  const std::string trace = folder_.File("trace.json");
+  const ChildResult result =
+      RunTool({"strings", "show", file, "B"},
+              {{"LUMORA_LANG", "en"}, {"LUMORA_TRACE", trace}, {"LUMORA_TRACE_FORMAT", "json"}});
+  EXPECT_EQ(1, result.exitCode);
+  EXPECT_THAT(lmktest::ReadWholeFile(trace), HasSubstr("Unknown tag \\\"B\\\" in  file"));
+}
+
+}  // namespace

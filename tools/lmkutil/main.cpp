@@ -1,0 +1,47 @@
+// lmkutil: shows and checks what the library works with.
+#include <exception>
+
+#include "tools/lmkutil/commands.h"
+#include "tools/lmkutil/options.h"
+#include "tools/lmkutil/resources.h"
+
+#include "lmkutils/platform/command_line.h"
+#include "lmkutils/trace/lm_trace_controller.h"
+
+namespace lmkutil {
+namespace {
+
+ExitStatus Run(const std::vector<std::string>& arguments) {
+  dp::CommandLine::UseUtf8Console();
+  dp::LMTraceController::Instance().Initialize();
+  const Resources resources(ChooseLanguage());
+  Options options;
+  std::string error;
+  if (!ParseOptions(arguments, resources, options, error)) {
+    PrintError(error);
+    return kWrongUsage;
+  }
+  switch (options.command) {
+    case Command::kShow:
+      return Show(options, resources);
+    case Command::kList:
+      return List(options, resources);
+    case Command::kCheck:
+      return Check(options, resources);
+    case Command::kPrint:
+      break;
+  }
+  return Print(options.text, resources);
+}
+
+}  // namespace
+}  // namespace lmkutil
+
+int main(int argc, char** argv) {
+  try {
+    return lmkutil::Run(dp::CommandLine::GetArguments(argc, argv));
+  } catch (const std::exception& error) {
+    lmkutil::PrintError(error.what());
+    return lmkutil::kFoundWrong;
+  }
+}

@@ -1,0 +1,32 @@
+// The command line.
+#ifndef LMKUTIL_OPTIONS_H
+#define LMKUTIL_OPTIONS_H
+
+#include <string>
+#include <vector>
+
+#include "tools/lmkutil/resources.h"
+
+namespace lmkutil {
+
+enum class Command { kPrint, kShow, kList, kCheck };
+
+struct Options {
+  Command command = Command::kPrint;
+  std::string text;                // kPrint: what to print, help or version
+  std::string file;                // kShow, kList
+  std::string tag;                 // kShow
+  std::vector<std::string> args;   // kShow
+  std::vector<std::string> files;  // kCheck
+  bool json = false;               // kCheck
+  bool strict = false;             // kCheck
+};
+
+// What the arguments (the first is the program's name) ask for. False, and what is wrong in `error`, when
+// they cannot be understood.
+bool ParseOptions(const std::vector<std::string>& arguments, const Resources& resources, Options& options,
+                  std::string& error);
+
+}  // namespace lmkutil
+
+#endif

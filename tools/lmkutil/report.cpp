@@ -1,0 +1,88 @@
+#include "tools/lmkutil/report.h"
+
+#include "tools/lmkutil/message_lint.h"
+
+#include "lmkutils/text/encoding.h"
+
+namespace lmkutil {
+namespace {
+
+std::string Explanation(const Finding& finding, const Resources& resources) {
+  std::vector<std::string> args = finding.args;
+  for (std::string& arg : args) {
+    if (arg.empty() && std::string_view(finding.tag) == "DIFFERENT") arg = resources.Text("NO_PLACEHOLDERS");
+    arg = du::RepairUtf8(arg);
+  }
+  return resources.Text(finding.tag, args);
+}
+
+std::string JsonString(const std::string& text) {
+  std::string json = "\"";
+  for (const char c : du::RepairUtf8(text)) {
+    if (c == '"' || c == '\\') {
+      json += '\\';
+      json += c;
+    } else if (static_cast<unsigned char>(c) < 0x20) {
+      json += "\\u00" + HexByte(c);
+    } else {
+      json += c;
+    }
+  }
+  return json + '"';
+}
+
+const char* SeverityName(Severity severity) {
+  return severity == Severity::kError ? "error" : "warning";
+}
+
+std::string FindingAsJson(const StringFile& file, const Finding& finding, const Resources& resources) {
+  return "{\"file\": " + JsonString(file.path) + ", \"line\": " + std::to_string(finding.line) +
+         ", \"column\": " + std::to_string(finding.column) + ", \"severity\": \"" +
+         SeverityName(finding.severity) + "\", \"id\": \"" + finding.tag +
+         "\", \"message\": " + JsonString(Explanation(finding, resources)) + "}";
+}
+
+}  // namespace
+
+Totals Count(const std::vector<StringFile>& files) {
+  Totals totals{.files = files.size()};
+  for (const StringFile& file : files) {
+    totals.messages += file.messages.size();
+    for (const Finding& finding : file.findings) {
+      ++(finding.severity == Severity::kError ? totals.errors : totals.warnings);
+    }
+  }
+  return totals;
+}
+
+std::string ReportLines(const std::vector<StringFile>& files, const Resources& resources) {
+  std::string lines;
+  for (const StringFile& file : files) {
+    for (const Finding& finding : file.findings) {
+      const char* const tag = finding.severity == Severity::kError ? "CHECK_ERROR" : "CHECK_WARNING";
+      lines += resources.Text(tag, {file.path, std::to_string(finding.line), std::to_string(finding.column),
+                                    Explanation(finding, resources)});
+      lines += '\n';
+    }
+  }
+  const Totals totals = Count(files);
+  lines += resources.Text("CHECK_SUMMARY", {std::to_string(totals.files), std::to_string(totals.messages),
+                                            std::to_string(totals.errors), std::to_string(totals.warnings)});
+  return lines + '\n';
+}
+
+std::string ReportJson(const std::vector<StringFile>& files, const Resources& resources) {
+  const Totals totals = Count(files);
+  std::string findings;
+  for (const StringFile& file : files) {
+    for (const Finding& finding : file.findings) {
+      findings += (findings.empty() ? "\n  " : ",\n  ") + FindingAsJson(file, finding, resources);
+    }
+  }
+  return "{\"files\": " + std::to_string(totals.files) +
+         ", \"messages\": " + std::to_string(totals.messages) +
+         ", \"errors\": " + std::to_string(totals.errors) +
+         ", \"warnings\": " + std::to_string(totals.warnings) + ", \"findings\": [" + findings + "]}\n";
+}
+
+}  // namespace lmkutil

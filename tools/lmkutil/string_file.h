@@ -1,0 +1,49 @@
+// What "strings check" finds in one file by itself.
+#ifndef LMKUTIL_STRING_FILE_H
+#define LMKUTIL_STRING_FILE_H
+
+#include <cstddef>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace lmkutil {
+
+enum class Severity { kError, kWarning };
+
+// Line and column count from 1, columns in characters.
+struct Finding {
+  std::size_t line;
+  std::size_t column;
+  Severity severity;
+  const char* tag;  // of the text that tells it, in the tool's resources
+  std::vector<std::string> args;
+};
+
+// The order of findings in a report.
+bool IsBefore(const Finding& a, const Finding& b);
+
+struct Message {
+  std::string tag;
+  std::size_t line;
+  std::size_t column;        // of the value
+  std::set<long> arguments;  // the numbers of its placeholders
+};
+
+struct StringFile {
+  std::string path;
+  std::vector<Message> messages;  // in file order, without the second of two with the same tag
+  std::vector<Finding> findings;  // by line and column
+};
+
+// Reads the bytes of a string-resource file more patiently than du::Lmtrb, which stops at the first fault,
+// and notes everything that a translator would want to know.
+StringFile ReadStringFile(const std::string& path, std::string_view bytes);
+
+// The placeholders of a text, as a reader sees them: "{0} {2}".
+std::string ListPlaceholders(const std::set<long>& arguments);
+
+}  // namespace lmkutil
+
+#endif
