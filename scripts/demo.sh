@@ -1,0 +1,57 @@
+#!/bin/bash
+# Builds the library and shows its main job: string-resource files, read and rendered through the whole chain, in four
+# languages, with tracing on. Installs what is missing.
+#
+#   demo.sh [BUILD_OPTION...]     options for "cmake --build", such as -j1
+set -eu
+here=$(cd "$(dirname "$0")" && pwd)
+cd "$here/.."
+# shellcheck source=scripts/ensure-packages.sh
+. "$here/ensure-packages.sh"
+lmk_ensure g++ cmake ninja-build libutfcpp-dev libcli11-dev libgtest-dev libgmock-dev || exit 1
+
+log=build/logs/demo-build.log
+mkdir -p build/logs
+echo "Building (log: $log) ..."
+if ! { cmake --preset linux && cmake --build --preset linux --target lmkutil "$@"; } > "$log" 2>&1; then
+  tail -n 40 "$log" >&2
+  exit 1
+fi
+
+tool=build/linux/bin/lmkutil
+trace=$(mktemp -d)
+trap 'rm -rf "$trace"' EXIT
+export LUMORA_TRACE_FORMAT=json TRACKING_ID=demo
+
+title() { printf '\n\033[1m%s\033[0m\n' "$1"; }
+run() {   # run NAME ARGUMENT...: shows the command, runs it with a trace of its own
+  local name=$1; shift
+  printf '$ lmkutil'; printf ' %q' "$@"; echo
+  LUMORA_TRACE="$trace/$name.json" "$tool" "$@" || echo "(exit status $?)"
+}
+[ -t 1 ] || title() { printf '\n%s\n' "$1"; }
+
+title "A message in four languages"
+for language in en de fr ja; do
+  run "show-$language" strings show "share/lumora/$language/lmkutil.lmtrb" WRONG_COUNT SIZE 2 1
+done
+
+title "The tool speaks them too, and one that shows what is not translated"
+for language in en de fr ja pseudo; do
+  printf 'LUMORA_LANG=%s ' "$language"
+  LUMORA_LANG=$language run "unknown-$language" strings show share/lumora/en/lmkutil.lmtrb NO_SUCH_TAG 2>&1
+done
+
+title "The first messages of the file"
+run list strings list share/lumora/en/lmkutil.lmtrb | grep -v '^HELP' | head -n 8
+
+title "The tool's own texts, checked"
+run check strings check share/lumora/{en,de,fr,ja}/lmkutil.lmtrb
+
+title "A translation with mistakes"
+printf 'SIZE.value={0} of {1} bytes\nOPEN.value=Cannot open {0}.\nQUIT.value=Quit\n' > "$trace/en.lmtrb"
+printf 'SIZE.value={0} Bytes\nOPEN.value={0 lässt sich nicht öffnen.\nOPEN.value=x\nSAVE value\nQUIT.Value=Ende' > "$trace/de.lmtrb"
+(cd "$trace" && tool="$here/../$tool" && run mistakes strings check en.lmtrb de.lmtrb)
+
+title "What was traced"
+cat "$trace"/show-de.json "$trace"/unknown-de.json "$trace"/mistakes.json
