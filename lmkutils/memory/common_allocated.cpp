@@ -35,7 +35,7 @@ void CommonAllocated::operator delete(void* block, std::size_t size) noexcept {
   if (block != nullptr) CommonAllocatorImpl::Deallocate(block, static_cast<unsigned>(size));
 }
 
-void CommonAllocated::operator delete(void* block, std::size_t, std::align_val_t alignment) noexcept {
+void CommonAllocated::operator delete(void* block, std::align_val_t alignment) noexcept {
   ::operator delete(block, alignment);
 }
 

@@ -31,9 +31,9 @@ class LMK_API CommonAllocated {
   static void* operator new(std::size_t size, std::align_val_t alignment);
   static void* operator new(std::size_t, void* place) noexcept { return place; }
 
-  // Nothing for null. The sized forms are the only ones.
+  // Nothing for null. What lies in the common allocator needs its size to find its way back.
   static void operator delete(void* block, std::size_t size) noexcept;
-  static void operator delete(void* block, std::size_t size, std::align_val_t alignment) noexcept;
+  static void operator delete(void* block, std::align_val_t alignment) noexcept;
   static void operator delete(void*, void*) noexcept {}
 };
 

@@ -30,6 +30,11 @@ struct WideObject : du::CommonAllocated {
   Wide wide;
 };
 
+template <class Base>
+struct Thrower : Base {
+  Thrower() { throw 7; }
+};
+
 bool IsOn(const void* block, std::size_t alignment) {
   return reinterpret_cast<std::uintptr_t>(block) % alignment == 0;
 }
@@ -81,6 +86,12 @@ TEST(CommonAllocated, MakesNamesAndDeletesObjects) {
   Plain* const placed = new (storage) Plain;
   EXPECT_EQ(static_cast<void*>(storage), placed);
   placed->~Plain();
+}
+
+// A leak checker sees what is not given back.
+TEST(CommonAllocated, GivesTheBlockBackWhenAConstructorThrows) {
+  EXPECT_THROW((void)new Thrower<Named>, int);
+  EXPECT_THROW((void)new Thrower<WideObject>, int);
 }
 
 }  // namespace

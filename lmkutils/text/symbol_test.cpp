@@ -1,5 +1,6 @@
 #include "lmkutils/text/symbol.h"
 
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <map>
@@ -61,9 +62,9 @@ const lmktest::ChildRole kLateRole("symbol_late", [](const std::vector<std::stri
 // A thread that goes on interning while the process ends.
 const lmktest::ChildRole kRunningRole("symbol_running", [](const std::vector<std::string>&) {
   std::thread([] {
-    static Symbol symbols[1000];
+    alignas(Symbol) static std::byte symbols[1000][sizeof(Symbol)];  // never destroyed
     try {
-      for (unsigned i = 0;; ++i) new (&symbols[i % 1000]) Symbol("text" + std::to_string(i % 5000));
+      for (unsigned i = 0;; ++i) ::new (symbols[i % 1000]) Symbol("text" + std::to_string(i % 5000));
     } catch (const dp::DeadReference&) {
     }
   }).detach();

@@ -67,8 +67,9 @@ Symbol SymbolTable::GetDebugClassName() const {
 
 const char* SymbolTable::Intern(const char* text, std::size_t length) {
   const std::uint32_t hash = TextHash::Of(text, length);
-  if (const char* present = InternInUse(hash, text, length)) return present;
-  {
+  bool isNew = false;
+  if (const char* present = InternInUse(hash, text, length, isNew)) return present;
+  if (!isNew) {
     const Guard guard(lock_);
     ThrowIfClosed();
     if (const char* present = InternKnown(hash, text, length)) return present;
@@ -76,12 +77,15 @@ const char* SymbolTable::Intern(const char* text, std::size_t length) {
   return InternNew(hash, text, length);
 }
 
-// Without the lock. A count of 0 is left alone: raising it would take the entry from under a sweep.
-const char* SymbolTable::InternInUse(std::uint32_t hash, const char* text, std::size_t length) noexcept {
+// Without the lock. A count of 0 is left alone: raising it would take the entry from under a sweep. `isNew`
+// tells that there was no entry, as far as one can see without the lock.
+const char* SymbolTable::InternInUse(std::uint32_t hash, const char* text, std::size_t length,
+                                     bool& isNew) noexcept {
   const LookupGuards::Scope scope(guards_);
   if (!scope.Entered() || closed_.load()) return nullptr;
   const char* const present = index_.load()->Find(hash, text, length);
-  if (present == nullptr) return nullptr;
+  isNew = present == nullptr;
+  if (isNew) return nullptr;
   std::atomic<std::uint32_t>& count = CountOf(present);
   std::uint32_t seen = count.load(std::memory_order_relaxed);
   while (seen != 0) {

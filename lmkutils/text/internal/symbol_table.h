@@ -84,7 +84,7 @@ class SymbolTable : public CommonAllocated {
 
   static EntryOwner MakeEntry(const char* text, std::size_t length);
 
-  const char* InternInUse(std::uint32_t hash, const char* text, std::size_t length) noexcept;
+  const char* InternInUse(std::uint32_t hash, const char* text, std::size_t length, bool& isNew) noexcept;
   const char* InternKnown(std::uint32_t hash, const char* text, std::size_t length) noexcept;
   const char* InternNew(std::uint32_t hash, const char* text, std::size_t length);
   unsigned BucketsForOneMore() const noexcept;
