@@ -49,9 +49,9 @@ fail_stage() {   # fail_stage STAGE WHAT LOG: one failed test for a stage that c
   tail -n 40 "$3"
 }
 
-build() {   # build STAGE PRESET [TARGET...]
-  local stage=$1 preset=$2 log="$logs/$1-build.log"; shift 2
-  if ! { cmake --preset "$preset" && cmake --build --preset "$preset" -j "$jobs" ${1:+--target "$@"}; } > "$log" 2>&1; then
+build() {   # build STAGE PRESET: all that can be built, so that one run tells all errors
+  local stage=$1 preset=$2 log="$logs/$1-build.log"
+  if ! { cmake --preset "$preset" && cmake --build --preset "$preset" -j "$jobs" -- -k 0; } > "$log" 2>&1; then
     fail_stage "$stage" "does not build" "$log"
     return 1
   fi

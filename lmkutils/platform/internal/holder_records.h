@@ -39,8 +39,9 @@ class HolderRecords {
 
   /// The thread's record, given any word that was current since it got one; null when it has none.
   HolderRecord* Find(Word word, std::uintptr_t thread) noexcept {
-    for (Word claimed = (word & ReadWriteState::kRecordMask) >> ReadWriteState::kRecordShift, i = 0;
-         claimed != 0; claimed >>= 1, ++i) {
+    auto claimed =
+        static_cast<unsigned>((word & ReadWriteState::kRecordMask) >> ReadWriteState::kRecordShift);
+    for (std::size_t i = 0; claimed != 0; claimed >>= 1, ++i) {
       if (own_[i].owner.load(std::memory_order_relaxed) == thread) return &own_[i];
     }
     return list_.load(std::memory_order_relaxed) == nullptr ? nullptr : FindInList(thread);
