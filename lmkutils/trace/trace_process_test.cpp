@@ -226,7 +226,7 @@ const lmktest::ChildRole kEnd("end", [](const std::vector<std::string>& args) {
   }
   while (started < 100) std::this_thread::yield();
   if (args[0] == "exit") std::exit(3);
-  if (args[0] == "quick_exit") std::quick_exit(3);
+  if (args[0] == "_Exit") std::_Exit(3);
   if (args[0] == "abort") std::abort();
   if (args[0] == "thread") {
     std::thread([] { std::exit(3); }).detach();
@@ -236,7 +236,7 @@ const lmktest::ChildRole kEnd("end", [](const std::vector<std::string>& args) {
 });
 
 TEST_F(TraceProcess, EndsWhileDetachedThreadsTrace) {
-  for (const char* way : {"return", "exit", "quick_exit", "thread", "abort"}) {
+  for (const char* way : {"return", "exit", "_Exit", "thread", "abort"}) {
     const ChildResult result = RunSelf("end", {way}, {{"LUMORA_TRACE", directory_.File("trace.log")}});
     EXPECT_FALSE(result.timedOut) << way;
     EXPECT_EQ(way == std::string("abort"), result.crashed) << way << result.err;
