@@ -260,13 +260,16 @@ TEST(Thread, RunsItsExitCallsInOrder) {
   worker.ScheduleAtThreadExitCall(1, ExitCall<'z'>);  // never run: dropped with the object
 }
 
+template <std::size_t Size>
+void UseStack() {
+  volatile char block[Size];
+  for (std::size_t i = 0; i < Size; i += 1024) block[i] = 1;
+  EXPECT_EQ(block[0], 1);
+}
+
 TEST(Thread, HasTheStackThatItAskedFor) {
-  const auto useStack = [](std::size_t size) {
-    volatile char* const block = static_cast<volatile char*>(__builtin_alloca(size));
-    for (std::size_t i = 0; i < size; i += 1024) block[i] = 1;
-  };
-  Worker usual([&] { useStack(160 * 1024); });
-  Worker large([&] { useStack(3 * 1024 * 1024); }, {}, "large", 4 * 1024 * 1024);
+  Worker usual(UseStack<160 * 1024>);
+  Worker large(UseStack<3 * 1024 * 1024>, {}, "large", 4 * 1024 * 1024);
   Worker tiny({}, {}, "a name longer than systems take", 1);
   for (Worker* worker : {&usual, &large, &tiny}) {
     EXPECT_TRUE(worker->Start(true));

@@ -41,8 +41,8 @@ class HolderRecords {
   HolderRecord* Find(Word word, std::uintptr_t thread) noexcept {
     auto claimed =
         static_cast<unsigned>((word & ReadWriteState::kRecordMask) >> ReadWriteState::kRecordShift);
-    for (std::size_t i = 0; claimed != 0; claimed >>= 1, ++i) {
-      if (own_[i].owner.load(std::memory_order_relaxed) == thread) return &own_[i];
+    for (HolderRecord* record = own_.data(); claimed != 0; claimed >>= 1, ++record) {
+      if (record->owner.load(std::memory_order_relaxed) == thread) return record;
     }
     return list_.load(std::memory_order_relaxed) == nullptr ? nullptr : FindInList(thread);
   }
