@@ -9,10 +9,11 @@
 #include <ostream>
 #include <string_view>
 
+#include "lmkutils/l10n/internal/arena.h"
+#include "lmkutils/l10n/internal/entry.h"
 #include "lmkutils/l10n/internal/entry_reader.h"
 #include "lmkutils/l10n/internal/message_text.h"
 #include "lmkutils/l10n/internal/tag_index.h"
-#include "lmkutils/l10n/internal/text_arena.h"
 #include "lmkutils/l10n/localizer_error.h"
 #include "lmkutils/text/corrupt_message.h"
 #include "lmkutils/text/internal/lasting_symbol.h"
@@ -21,6 +22,7 @@
 namespace du {
 namespace {
 
+using internal::Entry;
 using internal::EntryReader;
 using internal::Segment;
 
@@ -101,17 +103,6 @@ void WriteMessage(std::ostream& out, const char* text, const Segment* segment,
 
 class Lmtrb::Impl : public CommonAllocated {
  public:
-  // One compiled message. The texts are interned when they are asked for as symbols, in AddAllStrings:
-  // building messages never needs that, and two new symbols cost more than all the rest of loading a message.
-  struct Entry {
-    const char* tag;
-    const char* text;  // unescaped, its placeholders still in it
-    std::uint32_t tagLength;
-    std::int32_t textLength;
-    std::uint32_t firstSegment;
-    std::int32_t argumentCount;
-  };
-
   Impl(std::istream& in, const std::string& fileName, PseudoLocalizeOption option) : fileName_(fileName) {
     Load(in, option == kPseudoLocalize);
   }
@@ -124,21 +115,19 @@ class Lmtrb::Impl : public CommonAllocated {
   // Null, and a report if asked for, when there is no such tag.
   const Entry* Find(const char* tag, bool report) const {
     const std::int32_t index = index_.Find(tag);
-    if (index != internal::TagIndex::kNone) return &entries_[static_cast<std::size_t>(index)];
+    if (index != internal::TagIndex::kNone) return entries_[static_cast<std::size_t>(index)];
     if (report) ReportUnknownTag(tag, fileName_);
     return nullptr;
   }
-  const Segment* Segments(const Entry& entry) const { return segments_.data() + entry.firstSegment; }
-  const std::vector<Entry>& Entries() const { return entries_; }
+  const std::vector<const Entry*>& Entries() const { return entries_; }
 
  private:
   void Load(std::istream& in, bool pseudoLocalize);
-  void AddEntry(const EntryReader::Line& line, bool pseudoLocalize);
+  void AddEntry(const EntryReader::Line& line, bool pseudoLocalize, std::vector<Segment>& scratch);
   void BuildIndex();
 
-  internal::TextArena texts_;
-  std::vector<Entry> entries_;     // in file order
-  std::vector<Segment> segments_;  // of all entries, in their order
+  internal::Arena arena_;
+  std::vector<const Entry*> entries_;  // in file order, in arena_
   internal::TagIndex index_;
   std::string fileName_;
 };
@@ -146,16 +135,17 @@ class Lmtrb::Impl : public CommonAllocated {
 void Lmtrb::Impl::Load(std::istream& in, bool pseudoLocalize) {
   entries_.reserve(kExpectedEntries);
   EntryReader reader(in);
+  std::vector<Segment> scratch;
   for (EntryReader::Line line; reader.Next(line);) {
-    if (line.key == kStoredKey) AddEntry(line, pseudoLocalize);
+    if (line.key == kStoredKey) AddEntry(line, pseudoLocalize, scratch);
   }
   BuildIndex();  // before the other faults: a repeated tag stands before what stopped the reader
   if (!reader.ReachedEnd() || entries_.empty()) throw LocalizerError("No recognizable content.");
   entries_.shrink_to_fit();
-  segments_.shrink_to_fit();
 }
 
-void Lmtrb::Impl::AddEntry(const EntryReader::Line& line, bool pseudoLocalize) {
+void Lmtrb::Impl::AddEntry(const EntryReader::Line& line, bool pseudoLocalize,
+                           std::vector<Segment>& scratch) {
   char* text = line.value;
   std::size_t length = line.valueLength;
   std::string corrupt;
@@ -165,25 +155,16 @@ void Lmtrb::Impl::AddEntry(const EntryReader::Line& line, bool pseudoLocalize) {
     length = corrupt.size();
   }
   length = internal::Unescape(text, length);
-  if (const void* const nul = std::memchr(text, '\0', length)) {  // as where a symbol ends
-    length = static_cast<std::size_t>(static_cast<const char*>(nul) - text);
-  }
-  if (std::max(length, line.tag.size()) > internal::kMaxTextLength || segments_.size() > 0xFFFFFFFFU) {
-    throw std::bad_alloc();
-  }
-  Entry entry{.tag = texts_.Add(line.tag),
-              .text = texts_.Add({text, length}),
-              .tagLength = static_cast<std::uint32_t>(line.tag.size()),
-              .textLength = static_cast<std::int32_t>(length),
-              .firstSegment = static_cast<std::uint32_t>(segments_.size()),
-              .argumentCount = internal::CutAtPlaceholders({text, length}, segments_)};
-  entries_.push_back(entry);
+  if (length > internal::kMaxTextLength) throw std::bad_alloc();
+  scratch.clear();
+  const std::int32_t argumentCount = internal::CutAtPlaceholders({text, length}, scratch);
+  entries_.push_back(Entry::Create(arena_, line.tag, {text, length}, scratch, argumentCount));
 }
 
 void Lmtrb::Impl::BuildIndex() {
   std::vector<std::string_view> tags;
   tags.reserve(entries_.size());
-  for (const Entry& entry : entries_) tags.emplace_back(entry.tag, entry.tagLength);
+  for (const Entry* const entry : entries_) tags.push_back(entry->Tag());
   const std::int32_t duplicate = index_.Build(tags);
   assert(duplicate != internal::TagIndex::kNone || index_.IsConsistent(tags));
   if (duplicate == internal::TagIndex::kNone) return;
@@ -204,18 +185,19 @@ Symbol Lmtrb::GetDebugClassName() const {
 
 bool Lmtrb::BuildLocalizedString(std::ostream& out, const char* tag, bool report) const {
   const char* const name = OrEmpty(tag);
-  const Impl::Entry* const entry = impl_->Find(name, report);
-  if (entry == nullptr || !TakesArguments(entry->argumentCount, 0, name, report)) return false;
-  out.write(entry->text, entry->textLength);
+  const Entry* const entry = impl_->Find(name, report);
+  if (entry == nullptr || !TakesArguments(entry->ArgumentCount(), 0, name, report)) return false;
+  const std::string_view text = entry->Text();
+  out.write(text.data(), static_cast<std::streamsize>(text.size()));
   return true;
 }
 
 bool Lmtrb::BuildLocalizedString(std::ostream& out, const char* tag, bool report,
                                  const std::vector<std::string>& args) const {
   const char* const name = OrEmpty(tag);
-  const Impl::Entry* const entry = impl_->Find(name, report);
-  if (entry == nullptr || !TakesArguments(entry->argumentCount, args.size(), name, report)) return false;
-  WriteMessage(out, entry->text, impl_->Segments(*entry), args);
+  const Entry* const entry = impl_->Find(name, report);
+  if (entry == nullptr || !TakesArguments(entry->ArgumentCount(), args.size(), name, report)) return false;
+  WriteMessage(out, entry->Text().data(), entry->Segments(), args);
   return true;
 }
 
@@ -232,8 +214,8 @@ bool Lmtrb::BuildLocalizedStringFromExternal(std::ostream& out, const char* tag,
 }
 
 void Lmtrb::AddAllStrings(HashMap<Symbol, Symbol>& map) const {
-  for (const Impl::Entry& entry : impl_->Entries()) {
-    map.try_emplace(Symbol(entry.tag), Symbol(entry.text));
+  for (const Entry* const entry : impl_->Entries()) {
+    map.try_emplace(Symbol(entry->Tag().data()), Symbol(entry->Text().data()));
   }
 }
 

@@ -42,6 +42,7 @@ bool EntryReader::Fill() {
   const std::size_t room = buffer_.size() - end_;
   in_.read(buffer_.data() + end_, static_cast<std::streamsize>(room));
   const auto got = static_cast<std::size_t>(in_.gcount());
+  hasNul_ = hasNul_ || (got != 0 && std::memchr(buffer_.data() + end_, '\0', got) != nullptr);
   end_ += got;
   exhausted_ = got < room;
   atEnd_ = exhausted_ && in_.eof();
@@ -96,16 +97,18 @@ bool EntryReader::Split(char* lineEnd, Line& line) {
   char* const dot = FindByte(tag, end, '.');
   char* const equals = dot != nullptr ? FindByte(dot + 1, end, '=') : nullptr;
   char* const tagEnd = dot != nullptr ? dot : end;
-  const bool hasNul = FindByte(tag, tagEnd, '\0') != nullptr;  // the tag index knows the bytes 1 to 255
-  if (hasNul || (equals == nullptr && lineEnd != nullptr)) {
+  const bool nulInTag =
+      hasNul_ && FindByte(tag, tagEnd, '\0') != nullptr;  // the tag index knows the bytes 1 to 255
+  if (nulInTag || (equals == nullptr && lineEnd != nullptr)) {
     Refuse();
     return false;
   }
   if (lineEnd == nullptr) return false;  // the last line counts only with its line feed
+  char* const nul = hasNul_ ? FindByte(equals + 1, end, '\0') : nullptr;
   line = {.tag = std::string_view(tag, static_cast<std::size_t>(dot - tag)),
           .key = std::string_view(dot + 1, static_cast<std::size_t>(equals - dot - 1)),
           .value = equals + 1,
-          .valueLength = static_cast<std::size_t>(end - equals - 1)};
+          .valueLength = static_cast<std::size_t>((nul != nullptr ? nul : end) - equals - 1)};
   return true;
 }
 

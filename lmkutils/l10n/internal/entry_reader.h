@@ -18,7 +18,7 @@ class EntryReader {
     std::string_view tag;
     std::string_view key;
     char* value;
-    std::size_t valueLength;
+    std::size_t valueLength;  // up to the line feed or the first NUL
   };
 
   explicit EntryReader(std::istream& in);
@@ -44,6 +44,7 @@ class EntryReader {
   std::size_t end_ = 0;
   bool exhausted_ = false;  // the stream gives no more,
   bool atEnd_ = false;      // ... since its end was reached
+  bool hasNul_ = false;     // there was a NUL byte, somewhere
   bool syntaxError_ =
       false;  // kept apart from the stream's state, which cannot tell it from the end of the input
 };

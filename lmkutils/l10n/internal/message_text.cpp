@@ -36,44 +36,34 @@ std::int32_t SaturatingNumber(std::string_view digits) noexcept {
   return static_cast<std::int32_t>(number);
 }
 
+// Finds "{", digits, "}". Whether any other brace is ever closed need not be known: it is literal text either
+// way.
 class PlaceholderScanner {
  public:
   explicit PlaceholderScanner(std::string_view text) : text_(text) {}
 
   // Finds the next placeholder; false when only literal text is left.
   bool Next() noexcept {
-    while (FindBraces()) {
-      const auto end = text_.begin() + static_cast<std::ptrdiff_t>(close_);
-      const auto notDigit =
-          std::find_if_not(text_.begin() + static_cast<std::ptrdiff_t>(open_) + 1, end, IsDigit);
-      if (notDigit != end) {
-        from_ = static_cast<std::size_t>(notDigit - text_.begin());
-      } else {
-        from_ = close_ + 1;
-        if (close_ > open_ + 1) return true;
-      }
+    for (;;) {
+      begin_ = text_.find('{', end_);
+      if (begin_ == text_.npos) return false;
+      end_ = begin_ + 1;
+      while (end_ < text_.size() && IsDigit(text_[end_])) ++end_;
+      if (end_ == text_.size() || text_[end_] != '}') continue;  // what stopped it may open the next one
+      ++end_;
+      if (end_ - begin_ > 2) return true;
     }
-    return false;
   }
-  std::size_t Begin() const noexcept { return open_; }
-  std::size_t End() const noexcept { return close_ + 1; }
+  std::size_t Begin() const noexcept { return begin_; }
+  std::size_t End() const noexcept { return end_; }
   std::int32_t Argument() const noexcept {
-    return SaturatingNumber(text_.substr(open_ + 1, close_ - open_ - 1));
+    return SaturatingNumber(text_.substr(begin_ + 1, end_ - begin_ - 2));
   }
 
  private:
-  // The closing brace is kept: looking for it anew from each opening one would be quadratic.
-  bool FindBraces() noexcept {
-    open_ = text_.find('{', from_);
-    if (open_ == text_.npos) return false;
-    if (close_ <= open_) close_ = text_.find('}', open_);
-    return close_ != text_.npos;
-  }
-
   std::string_view text_;
-  std::size_t from_ = 0;
-  std::size_t open_ = 0;
-  std::size_t close_ = 0;
+  std::size_t begin_ = 0;
+  std::size_t end_ = 0;
 };
 
 }  // namespace

@@ -15,22 +15,12 @@ constexpr std::int32_t kHeader = 3;      // integers of a node before its childr
 constexpr std::int32_t kNoEntry = -2;    // element 2 of a node where no tag ends
 constexpr std::int32_t kEntryZero = -3;  // element 2 of a node where the tag of entry 0 ends
 
-// The length of the prefix that each tag, in sorted order, shares with the one before it; 0 for the first.
-std::vector<std::size_t> SharedWithPrevious(const std::vector<std::string_view>& tags,
-                                            const std::vector<std::int32_t>& order) {
-  std::vector<std::size_t> shared(order.size());
-  for (std::size_t i = 1; i < order.size(); ++i) {
-    shared[i] =
-        CommonPrefix(tags[static_cast<std::size_t>(order[i - 1])], tags[static_cast<std::size_t>(order[i])]);
-  }
-  return shared;
-}
-
 // One node a byte that is not shared; most have one child, and leaves make room for those that have more.
-std::size_t ExpectedSize(const std::vector<std::string_view>& tags, const std::vector<std::size_t>& shared) {
+std::size_t ExpectedSize(const std::vector<std::string_view>& tags,
+                         const std::vector<std::uint32_t>& shared) {
   std::size_t nodeCount = 1;
   for (const std::string_view tag : tags) nodeCount += tag.size();
-  for (const std::size_t length : shared) nodeCount -= length;
+  for (const std::uint32_t length : shared) nodeCount -= length;
   return nodeCount * (kHeader + 1);
 }
 
@@ -40,7 +30,10 @@ std::size_t ExpectedSize(const std::vector<std::string_view>& tags, const std::v
 // join; a node is written when no tag can join it any more, so after all its children.
 class TagIndex::Builder {
  public:
-  explicit Builder(std::vector<std::int32_t>& nodes) : nodes_(nodes) { open_.push_back({0, kNone}); }
+  Builder(std::vector<std::int32_t>& nodes, std::size_t expectedSize) : nodes_(nodes) {
+    nodes_.resize(expectedSize, kNone);
+    open_.push_back({0, kNone});
+  }
 
   // `before` and `after` are the lengths of the prefixes shared with the neighbours in the order.
   void Add(std::string_view tag, std::size_t before, std::size_t after, std::int32_t entry) {
@@ -57,7 +50,9 @@ class TagIndex::Builder {
   // Writes what is still open; returns the root's position.
   std::int32_t Finish() {
     CloseDownTo(0);
-    return WriteNode(open_.front());
+    const std::int32_t root = WriteNode(open_.front());
+    nodes_.resize(size_);
+    return root;
   }
 
  private:
@@ -85,12 +80,11 @@ class TagIndex::Builder {
 
   // The nodes behind the byte at `depth`, which belong to this tag alone: a chain that ends in a leaf.
   std::int32_t WriteTail(std::string_view tag, std::size_t depth, std::int32_t entry) {
-    std::int32_t position = NextPosition(kHeader);
-    nodes_.insert(nodes_.end(), {-kHeader, kHeader, kEntryZero - entry});
+    std::int32_t position = Append(-kHeader, kHeader, entry);
     for (std::size_t at = tag.size() - 1; at > depth; --at) {
       const std::int32_t child = position;
-      position = NextPosition(kHeader + 1);
-      nodes_.insert(nodes_.end(), {ByteAt(tag, at) - kHeader, kHeader + 1, kNoEntry, child});
+      position = Append(ByteAt(tag, at) - kHeader, kHeader + 1, kNone);
+      nodes_[size_ - 1] = child;
     }
     return position;
   }
@@ -99,22 +93,29 @@ class TagIndex::Builder {
     const bool isLeaf = node.firstChild == children_.size();
     const std::int32_t base = isLeaf ? -kHeader : children_[node.firstChild].byte - kHeader;
     const std::int32_t length = isLeaf ? kHeader : children_.back().byte - base + 1;
-    const std::int32_t position = NextPosition(length);
-    nodes_.insert(nodes_.end(), {base, length, node.entry == kNone ? kNoEntry : kEntryZero - node.entry});
-    nodes_.resize(static_cast<std::size_t>(position + length), kNone);
+    const std::int32_t position = Append(base, length, node.entry);
     for (std::size_t i = node.firstChild; i < children_.size(); ++i) {
       nodes_[static_cast<std::size_t>(position + children_[i].byte - base)] = children_[i].position;
     }
     return position;
   }
 
-  std::int32_t NextPosition(std::int32_t length) const {
+  // A node still without children; returns its position.
+  std::int32_t Append(std::int32_t base, std::int32_t length, std::int32_t entry) {
     constexpr auto kMost = static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max());
-    if (nodes_.size() > kMost - static_cast<std::size_t>(length)) throw std::bad_alloc();
-    return static_cast<std::int32_t>(nodes_.size());
+    const std::size_t position = size_;
+    size_ += static_cast<std::size_t>(length);
+    if (size_ > kMost) throw std::bad_alloc();
+    if (size_ > nodes_.size()) nodes_.resize(size_ + size_ / 2, kNone);
+    std::int32_t* const node = nodes_.data() + position;
+    node[0] = base;
+    node[1] = length;
+    node[2] = entry == kNone ? kNoEntry : kEntryZero - entry;
+    return static_cast<std::int32_t>(position);
   }
 
-  std::vector<std::int32_t>& nodes_;
+  std::vector<std::int32_t>& nodes_;  // kNone from size_ on
+  std::size_t size_ = 0;
   std::vector<OpenNode> open_;   // the way from the root along tag_, as far as it is open
   std::vector<Child> children_;  // of the open nodes, those of deeper nodes behind
   std::string_view tag_;
@@ -122,11 +123,9 @@ class TagIndex::Builder {
 
 std::int32_t TagIndex::Build(const std::vector<std::string_view>& tags) {
   assert(nodes_.empty());
-  const std::vector<std::int32_t> order = SortTags(tags);
-  const std::vector<std::size_t> shared = SharedWithPrevious(tags, order);
-  nodes_.reserve(ExpectedSize(tags, shared));
+  const auto [order, shared] = SortTags(tags);
   std::int32_t duplicate = kNone;
-  Builder builder(nodes_);
+  Builder builder(nodes_, ExpectedSize(tags, shared));
   for (std::size_t i = 0; i < order.size(); ++i) {
     const std::string_view tag = tags[static_cast<std::size_t>(order[i])];
     const bool isRepeated = i != 0 && shared[i] == tag.size();  // a longer one would stand behind it

@@ -24,6 +24,28 @@ Head LoadNative(const char* bytes) noexcept {
   return head;
 }
 
+// The first byte in memory that is not 0.
+std::size_t FirstByte(Head native) noexcept {
+  const bool isLittle = std::endian::native == std::endian::little;
+  return static_cast<std::size_t>(isLittle ? std::countr_zero(native) : std::countl_zero(native)) / 8;
+}
+
+// The bytes that two texts have in common at their beginning.
+std::size_t CommonPrefix(std::string_view a, std::string_view b) noexcept {
+  const std::size_t limit = std::min(a.size(), b.size());
+  if (limit < sizeof(Head)) {
+    std::size_t at = 0;
+    while (at < limit && a[at] == b[at]) ++at;
+    return at;
+  }
+  for (std::size_t at = 0;; at += sizeof(Head)) {
+    at = std::min(at, limit - sizeof(Head));  // the last eight bytes may overlap those before
+    const Head difference = LoadNative(a.data() + at) ^ LoadNative(b.data() + at);
+    if (difference != 0) return at + FirstByte(difference);
+    if (at == limit - sizeof(Head)) return limit;
+  }
+}
+
 // Eight bytes as a number that orders as they do; what is missing counts as 0, which no tag contains.
 Head HeadOf(std::string_view text) noexcept {
   std::array<unsigned char, sizeof(Head)> bytes{};
@@ -37,6 +59,16 @@ Head HeadOf(std::string_view text) noexcept {
   return head;
 }
 
+// How many bytes two different heads have in common at their beginning.
+std::size_t EqualBytes(Head a, Head b) noexcept {
+  return static_cast<std::size_t>(std::countl_zero(a ^ b)) / 8;
+}
+
+// How many bytes of the text a head holds.
+std::size_t LengthOf(Head head) noexcept {
+  return sizeof(Head) - static_cast<std::size_t>(std::countr_zero(head)) / 8;
+}
+
 // Whether all that have this head end within it, and so are equal.
 bool EndsWithin(Head head) noexcept {
   return (head & 0xFF) == 0;
@@ -44,22 +76,23 @@ bool EndsWithin(Head head) noexcept {
 
 class Sorter {
  public:
-  explicit Sorter(const std::vector<std::string_view>& tags) : tags_(tags), items_(tags.size()) {
+  explicit Sorter(const std::vector<std::string_view>& tags)
+      : tags_(tags), items_(tags.size()), shared_(tags.size()) {
     std::int32_t entry = 0;
     for (Item& item : items_) item.entry = entry++;
   }
 
-  std::vector<std::int32_t> Sort() {
+  SortedTags Sort() {
     groups_.push_back({0, items_.size(), 0});
     while (!groups_.empty()) {
       const Group group = groups_.back();
       groups_.pop_back();
       SortGroup(group);
     }
-    std::vector<std::int32_t> order;
-    order.reserve(items_.size());
-    for (const Item& item : items_) order.push_back(item.entry);
-    return order;
+    SortedTags sorted{.order = {}, .shared = std::move(shared_)};
+    sorted.order.reserve(items_.size());
+    for (const Item& item : items_) sorted.order.push_back(item.entry);
+    return sorted;
   }
 
  private:
@@ -84,13 +117,20 @@ class Sorter {
       items_[i].head = HeadOf(TextFrom(items_[i], group.depth));
     SortByHead(group);
     for (std::size_t i = group.begin; i < group.end;) {
+      const Head head = items_[i].head;
       std::size_t next = i + 1;
-      while (next < group.end && items_[next].head == items_[i].head) ++next;
-      if (next - i > 1 && !EndsWithin(items_[i].head))
+      while (next < group.end && items_[next].head == head) ++next;
+      if (i > group.begin) Share(i, group.depth + EqualBytes(head, items_[i - 1].head));
+      if (EndsWithin(head)) {
+        for (std::size_t same = i + 1; same < next; ++same) Share(same, group.depth + LengthOf(head));
+      } else if (next - i > 1) {
         groups_.push_back({i, next, group.depth + sizeof(Head)});
+      }
       i = next;
     }
   }
+
+  void Share(std::size_t place, std::size_t bytes) { shared_[place] = static_cast<std::uint32_t>(bytes); }
 
   std::size_t SharedPrefix(const Group& group) const {
     std::string_view shared = TextFrom(items_[group.begin], group.depth);
@@ -135,27 +175,13 @@ class Sorter {
   const std::vector<std::string_view>& tags_;
   Items items_;
   Items spare_;
+  std::vector<std::uint32_t> shared_;
   std::vector<Group> groups_;
 };
 
 }  // namespace
 
-std::size_t CommonPrefix(std::string_view a, std::string_view b) noexcept {
-  const std::size_t limit = std::min(a.size(), b.size());
-  std::size_t at = 0;
-  for (; at + sizeof(Head) <= limit; at += sizeof(Head)) {
-    const Head difference = LoadNative(a.data() + at) ^ LoadNative(b.data() + at);
-    if (difference == 0) continue;
-    const bool lowFirst = std::endian::native == std::endian::little;
-    return at +
-           static_cast<std::size_t>(lowFirst ? std::countr_zero(difference) : std::countl_zero(difference)) /
-               8;
-  }
-  while (at < limit && a[at] == b[at]) ++at;
-  return at;
-}
-
-std::vector<std::int32_t> SortTags(const std::vector<std::string_view>& tags) {
+SortedTags SortTags(const std::vector<std::string_view>& tags) {
   return Sorter(tags).Sort();
 }
 

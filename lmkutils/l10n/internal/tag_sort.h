@@ -9,15 +9,18 @@
 
 namespace du::internal {
 
-// The bytes that two texts have in common at their beginning.
-std::size_t CommonPrefix(std::string_view a, std::string_view b) noexcept;
+// Tags in ascending order of their bytes as unsigned numbers.
+struct SortedTags {
+  std::vector<std::int32_t> order;  // the tags' numbers; those of equal tags ascend
+  std::vector<std::uint32_t>
+      shared;  // by place in the order: the bytes in common with the tag before; 0 for the first
+};
 
-// The numbers of the tags in ascending order of their bytes as unsigned numbers, equal tags in ascending
-// order of their numbers. The tags hold no NUL bytes.
+// The tags hold no NUL bytes and are shorter than 2^31 bytes.
 //
 // Eight bytes at a time, from the most significant: tags of one program share long prefixes, which comparing
-// them two by two reads again and again. Takes time in proportion to the bytes, and no recursion.
-std::vector<std::int32_t> SortTags(const std::vector<std::string_view>& tags);
+// them two by two would read again and again. Takes time in proportion to the bytes, and no recursion.
+SortedTags SortTags(const std::vector<std::string_view>& tags);
 
 }  // namespace du::internal
 
