@@ -16,7 +16,7 @@ class SavedError {
 
  private:
   const int errno_;
-  const std::uint32_t lastError_;
+  [[maybe_unused]] const std::uint32_t lastError_;
 };
 
 }  // namespace os

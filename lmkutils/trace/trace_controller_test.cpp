@@ -22,7 +22,6 @@ using dp::TraceController;
 using dp::TraceFormatter;
 using dp::TraceType;
 using testing::ElementsAre;
-using testing::HasSubstr;
 using testing::IsEmpty;
 
 const LMTracer kTracer("test", "Controller");
@@ -138,6 +137,7 @@ TEST(TraceController, WhatAConsumerTracesIsDroppedAndCounted) {
   own = Add(calls, [&own](const TraceFormatter& record) {
     kTracer("from within");
     TraceFormatter copy(record);
+    copy << " again";
     EXPECT_FALSE(Controller().RemoveConsumer(own));
     EXPECT_FALSE(Controller().HasConsumer(own));
     EXPECT_EQ(0U, Controller().GetConsumerCount());
@@ -168,6 +168,7 @@ TEST(TraceController, RecordsOfManyThreadsArriveWholeAndInOrder) {
     }
   });
   std::vector<std::thread> threads;
+  threads.reserve(kThreads);
   for (int t = 0; t < kThreads; ++t) {
     threads.emplace_back([t] {
       for (int i = 0; i < kRecords; ++i) kTracer("%d %d", t, i);

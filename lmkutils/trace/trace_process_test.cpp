@@ -13,6 +13,7 @@
 
 #include "lmkutils/os/testing/fork.h"
 #include "lmkutils/platform/dead_reference.h"
+#include "lmkutils/platform/environment.h"
 #include "lmkutils/platform/lm_info.h"
 #include "lmkutils/testing/child_process.h"
 #include "lmkutils/testing/temp_dir.h"
@@ -37,9 +38,10 @@ using testing::StartsWith;
 
 const dp::LMTracer kTracer("test", "Process");
 
-// An installation root, if one is given, and the usual start of a program.
-const lmktest::ChildRole kTrace("trace", [](const std::vector<std::string>& args) {
-  if (!args.empty()) dp::LmInfo::SetInstallationRoot(args[0]);
+// The usual start of a program; the installation root comes from a variable, since it may not be ASCII.
+const lmktest::ChildRole kTrace("trace", [](const std::vector<std::string>&) {
+  const std::string root = dp::Environment::Get("LMK_TEST_ROOT");
+  if (!root.empty()) dp::LmInfo::SetInstallationRoot(root);
   kTracer("before the start");
   LMTraceController::Instance().Initialize();
   LMTraceController::Instance().Initialize();
@@ -54,11 +56,11 @@ const lmktest::ChildRole kTrace("trace", [](const std::vector<std::string>& args
 
 class TraceProcess : public testing::Test {
  protected:
-  ChildResult Trace(const Environment& environment, const std::vector<std::string>& args = {}) const {
+  ChildResult Trace(const Environment& environment) const {
     Environment all = {{"LUMORA_TRACE", ""},       {"LUMORA_PROC_TRACE", ""}, {"LUMORA_TRACE_FORMAT", ""},
                        {"LUMORA_TRACE_LEVEL", ""}, {"TRACKING_ID", ""},       {"LMTRACE_DEBUG", ""}};
     all.insert(all.end(), environment.begin(), environment.end());
-    return RunSelf("trace", args, all);
+    return RunSelf("trace", {}, all);
   }
 
   // How many of the file's records have one of these texts; a record that is torn, or has a text that is in
@@ -145,7 +147,7 @@ TEST_F(TraceProcess, DebugMasks) {
 TEST_F(TraceProcess, XmlWithAndWithoutStyleSheet) {
   const std::string file = directory_.File("trace.xml");
   // The format says JSON: the path's XML goes first, and JSON is what is left without a style sheet.
-  Trace({{"LUMORA_TRACE", file}, {"LUMORA_TRACE_FORMAT", "json"}}, {directory_.Path()});
+  Trace({{"LUMORA_TRACE", file}, {"LUMORA_TRACE_FORMAT", "json"}, {"LMK_TEST_ROOT", directory_.Path()}});
   EXPECT_THAT(
       directory_.Read("trace.xml"),
       StartsWith("Error: Lmtrace XSL file not available. Trace will be plain text.\n{\"level\" :\"info\""));
@@ -153,7 +155,7 @@ TEST_F(TraceProcess, XmlWithAndWithoutStyleSheet) {
       std::filesystem::path(std::u8string(directory_.Path().begin(), directory_.Path().end())) /
       "share/lumora/lmtrace");
   directory_.Write("share/lumora/lmtrace/lmtrace.xsl", "<x/>");
-  Trace({{"LUMORA_TRACE", file}}, {directory_.Path()});
+  Trace({{"LUMORA_TRACE", file}, {"LMK_TEST_ROOT", directory_.Path()}});
   EXPECT_THAT(directory_.Read("trace.xml"),
               AllOf(StartsWith("<?xml version=\"1.0\"?>\n<?xml-stylesheet type=\"text/xsl\" href=\""),
                     HasSubstr("lmtrace.xsl\"?>\n<lmtrace:log xmlns:lmtrace=\"urn::uuid::"),
@@ -225,14 +227,14 @@ const lmktest::ChildRole kEnd("end", [](const std::vector<std::string>& args) {
     }).detach();
   }
   while (started < 100) std::this_thread::yield();
-  if (args[0] == "exit") std::exit(3);
-  if (args[0] == "_Exit") std::_Exit(3);
+  if (args[0] == "exit") std::exit(5);
+  if (args[0] == "_Exit") std::_Exit(5);
   if (args[0] == "abort") std::abort();
   if (args[0] == "thread") {
-    std::thread([] { std::exit(3); }).detach();
+    std::thread([] { std::exit(5); }).detach();
     for (;;) std::this_thread::yield();
   }
-  return 3;
+  return 5;
 });
 
 TEST_F(TraceProcess, EndsWhileDetachedThreadsTrace) {
@@ -240,7 +242,7 @@ TEST_F(TraceProcess, EndsWhileDetachedThreadsTrace) {
     const ChildResult result = RunSelf("end", {way}, {{"LUMORA_TRACE", directory_.File("trace.log")}});
     EXPECT_FALSE(result.timedOut) << way;
     EXPECT_EQ(way == std::string("abort"), result.crashed) << way << result.err;
-    EXPECT_TRUE(result.crashed || result.exitCode == 3) << way << result.exitCode << result.err;
+    EXPECT_TRUE(result.crashed || result.exitCode == 5) << way << result.exitCode << result.err;
     EXPECT_GE(WholeRecords({"a detached thread 7", "streams 1.5"}), 0) << way;
   }
 }
@@ -250,6 +252,7 @@ const lmktest::ChildRole kFork("fork", [](const std::vector<std::string>&) {
   LMTraceController::Instance().Initialize();
   std::atomic<bool> stop{false};
   std::vector<std::thread> threads;
+  threads.reserve(2);
   for (int i = 0; i < 2; ++i) {
     threads.emplace_back([&stop] {
       // The pauses let the forking thread have the lock, which serves whoever comes first.

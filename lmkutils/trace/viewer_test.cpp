@@ -18,7 +18,6 @@ namespace {
 
 using lmktest::ChildResult;
 using lmktest::RunSelf;
-using testing::HasSubstr;
 
 constexpr char kViewer[] = "lmtracer";
 
