@@ -4,10 +4,8 @@
 #include <array>
 #include <charconv>
 #include <cstdint>
-#include <iterator>
 
-#include <utf8.h>
-
+#include "lmkutils/text/encoding.h"
 #include "lmkutils/time/internal/instant_text.h"
 #include "lmkutils/trace/internal/type_name.h"
 
@@ -86,10 +84,11 @@ void AppendReplacing(std::string_view text, const SpecialBytes& special, const R
 // Calls append(text) with well-formed UTF-8, a repaired copy if it must be.
 template <class Append>
 void WithValidUtf8(std::string_view text, const Append& append) {
-  if (utf8::is_valid(text.begin(), text.end())) return append(text);
-  std::string repaired;
-  utf8::replace_invalid(text.begin(), text.end(), std::back_inserter(repaired), U'\uFFFD');
-  append(std::string_view(repaired));
+  if (du::CheckUtf8(text)) {
+    append(text);
+  } else {
+    append(std::string_view(du::RepairUtf8(text)));
+  }
 }
 
 // "\u00XX" for each character below a blank, or its short form.
