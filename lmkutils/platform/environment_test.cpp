@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include "lmkutils/os/capabilities.h"
+#include "lmkutils/os/testing/fork.h"
 #include "lmkutils/testing/child_process.h"
 #include "lmkutils/time/time.h"
 #include "lmkutils/time/time_val.h"
@@ -144,7 +145,8 @@ const lmktest::ChildRole kBytes("environment_bytes", [](const std::vector<std::s
 
 // Values of many lengths come and go while others read them, add variables, and convert local time.
 TEST(Environment, SurvivesChangesByOtherThreads) {
-  std::atomic<bool> stop{false};
+  constexpr int kRounds = 400;  // of each reader; the writers go on for as long as there is one
+  std::atomic<int> readers{2};
   std::atomic<int> wrong{0};
   const auto isWhole = [](const auto& value) {
     return value.empty() || (value.size() % 97 == 1 && value.find_first_not_of(value[0]) == value.npos);
@@ -152,33 +154,65 @@ TEST(Environment, SurvivesChangesByOtherThreads) {
   std::vector<std::thread> threads;
   for (int n = 0; n < 2; ++n) {
     threads.emplace_back([&, n] {
-      for (std::size_t i = 0; i < 400; ++i) {
+      for (std::size_t i = 0; readers != 0; ++i) {
         const std::string value(i % 7 == 0 ? 0 : i * 5 % 8 * 97 + 1, n == 0 ? 'a' : 'b');
         Environment::Put("LMK_TEST_SHARED", value.c_str());
         Environment::Put(("LMK_TEST_" + std::to_string(n) + "_" + std::to_string(i % 20)).c_str(),
                          value.c_str());
       }
-      stop = true;
     });
   }
   threads.emplace_back([&] {
-    while (!stop) {
+    for (int i = 0; i < kRounds; ++i) {
       if (!isWhole(Environment::Get("LMK_TEST_SHARED"))) ++wrong;
       if (!isWhole(Environment::Get(std::wstring(L"LMK_TEST_SHARED")))) ++wrong;
       static_cast<void>(Environment::Test("LMK_TEST_SHARED"));
     }
+    --readers;
   });
   threads.emplace_back([&] {
-    for (std::int64_t i = 0; !stop; ++i) {
-      if (du::LocalTimeVal(i * 900'000).GetString().empty()) ++wrong;
+    for (std::int64_t i = 0; i < kRounds; ++i) {
+      if (du::LocalTimeVal(i * 900'000'000).GetString().empty()) ++wrong;
       if (du::Time(i * 900'000).ToLocalTimeString("%H %Z").empty()) ++wrong;
     }
+    --readers;
   });
   for (std::thread& thread : threads) thread.join();
   EXPECT_EQ(wrong, 0);
   for (int i = 0; i < 40; ++i) {
     Environment::Put(("LMK_TEST_" + std::to_string(i / 20) + "_" + std::to_string(i % 20)).c_str(), "");
   }
+}
+
+// Forks while other threads are inside the environment and the conversions to local time.
+const lmktest::ChildRole kFork("environment_fork", [](const std::vector<std::string>&) {
+  std::atomic<bool> stop{false};
+  std::vector<std::thread> threads;
+  for (int n = 0; n < 2; ++n) {
+    threads.emplace_back([&stop] {
+      for (std::int64_t i = 0; !stop; ++i) {
+        Environment::Put("LMK_TEST_SHARED", std::to_string(i).c_str());
+        if (du::Time(i * 900'000).GetYearDay() < 0) return;
+      }
+    });
+  }
+  int failed = 0;
+  for (int i = 0; i < 50; ++i) {
+    failed += os::testing::RunForked([] {
+                Environment::Put("LMK_TEST_SHARED", "child");
+                return du::Time(0).ToLocalTimeString("%Y").empty() ? 1 : 0;
+              }) != 0;
+  }
+  stop = true;
+  for (std::thread& thread : threads) thread.join();
+  return failed;
+});
+
+TEST(Environment, IsUsableInForkedProcesses) {
+  if (os::testing::RunForked([] { return 0; }) == os::testing::kForkUnknown)
+    GTEST_SKIP() << "processes do not fork on this target";
+  const lmktest::ChildResult result = lmktest::RunSelf("environment_fork", {});
+  EXPECT_EQ(result.exitCode, 0) << (result.timedOut ? "hangs" : result.err);
 }
 
 }  // namespace

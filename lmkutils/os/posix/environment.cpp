@@ -5,6 +5,7 @@
 #include <pthread.h>
 #include <stdlib.h>
 
+#include "lmkutils/os/fork_hooks.h"
 #include "lmkutils/os/posix/environment_lock.h"
 
 namespace os {
@@ -13,9 +14,20 @@ namespace {
 
 pthread_mutex_t environmentMutex = PTHREAD_MUTEX_INITIALIZER;
 
+// A child process made while another thread is inside gets the lock free, and with it the run-time's own
+// locks of the environment and of the zone, which fork does not free. Whoever adds hooks for a lock under
+// which this one is taken must have looked at the environment before, so that fork takes the two in that
+// order.
+void AddForkHooksOnce() noexcept {
+  static const bool added = AddForkHooks([]() noexcept { pthread_mutex_lock(&environmentMutex); },
+                                         []() noexcept { pthread_mutex_unlock(&environmentMutex); });
+  static_cast<void>(added);
+}
+
 }  // namespace
 
 EnvironmentLock::EnvironmentLock() noexcept {
+  AddForkHooksOnce();
   pthread_mutex_lock(&environmentMutex);
 }
 
