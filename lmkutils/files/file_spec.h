@@ -20,9 +20,8 @@ namespace du {
 //
 // A value: copies are independent, the caller owns it, and like any standard container one object may be read
 // by several threads as long as none changes it. The file system is never asked, except that a root-relative
-// text
-// (`\parts\gear.prt`) takes its drive from the current directory of the process where paths have drives; it
-// stays without one on Linux, and where the current directory cannot be read.
+// text (`\parts\gear.prt`) takes its drive from the current directory of the process where paths have
+// drives; it stays without one on Linux, and where the current directory cannot be read.
 //
 // '\' and '/' are separators on input everywhere; the texts built here always hold '\'. On Linux a file
 // operation is therefore given the caller's text, not a rebuilt one. Text is bytes (UTF-8 where the caller
@@ -147,8 +146,7 @@ class LMK_API FileSpec {
   static constexpr bool IsDirSeparator(char c) noexcept { return c == DIR_SEP_CHAR || c == ALT_DIR_SEP_CHAR; }
 
   // Removes each ".", and each ".." together with the directory before it, without looking at links.
-  //   a\.\b\..\..\c -> c        \a\..\..\b -> \..\b       dir\.. -> .       C:\a\.. -> C:\        ..\.. ->
-  //   ..\..
+  //   a\.\b\..\..\c -> c     \a\..\..\b -> \..\b     dir\.. -> .     ..\.. -> ..\..
   // Leading ".." stay, also behind a root: whoever decides about safety must test for them.
   // A file name "." or ".." is resolved too: the last directory left becomes the file name, split at its last
   // '.' without regard to numbered versions. When none is left the file name is "" behind a drive or a root,

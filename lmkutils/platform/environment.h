@@ -12,9 +12,10 @@ namespace dp {
 // through nothing else. Narrow texts are UTF-8, wide texts UTF-16 or UTF-32 by the size of wchar_t. Names and
 // values keep all their characters, whatever the system's code page is. A text ends at its first NUL.
 //
-// Every operation may be called from any thread, at any time of the process's life, and copes with other
-// threads that change the same variable through this class. On Linux code that calls setenv or putenv itself
-// while other threads use this class, or convert local time, is a race, as it is with getenv.
+// Every operation may be called from any thread and copes with other threads that change the same variable
+// through this class. On Linux code that calls setenv or putenv itself while other threads use this class, or
+// convert local time, is a race, as it is with getenv; a forked process may use the class at once. On Windows
+// it is not for the exit calls of a process whose other threads were killed, perhaps inside it.
 class LMK_API Environment {
  public:
   Environment() noexcept = default;
@@ -34,8 +35,7 @@ class LMK_API Environment {
   // Sets the variable; an empty (or null) value removes it.
   // Throws std::invalid_argument "dp::Environment::Put() expects name to be non-empty." (null counts as
   // empty), std::runtime_error "dp::Environment::Put() failed to putenv()." when the system refuses, the name
-  // holds a
-  // '=', or name or value are not valid text. A call that throws changes nothing.
+  // holds a '=', or name or value are not valid text. A call that throws changes nothing.
   static void Put(const std::wstring& name, const std::wstring& value);
   static void Put(const std::string& name, const std::string& value);
   static void Put(const char* name, const char* value);

@@ -62,9 +62,8 @@ class LMK_API Time {
 
   // An instant by ISO 8601, years 0000 to 9999:
   //   date   20261117 or 2026-11-17
-  //   time   none (midnight), or after a T the time 09, 0905, 09:05, 090507 or 09:05:07; 240000 is the end of
-  //   the
-  //          day, a second of 60 the second after 59. The last part may have decimals after "." or ","
+  //   time   none (midnight), or after a T the time 09, 0905, 09:05, 090507 or 09:05:07; 240000 is the end
+  //          of the day, a second of 60 the second after 59. The last part may have decimals after "." or ","
   //   zone   none or Z: UTC; else the offset of local time +01, +0100 or +01:00 (also with "-")
   // Date, time and offset may each be basic or extended; t and z are taken for T and Z; fractions of a second
   // are dropped. False for all else, blanks before or after included.
