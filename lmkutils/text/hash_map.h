@@ -21,6 +21,20 @@
 
 namespace du {
 
+namespace internal {
+
+// What a HashMap really hashes by. Where an entry stands shows nowhere, so a key type may have something
+// faster than its public hash; see du::Symbol.
+template <class Hash>
+struct PlacementHash {
+  template <class K>
+  std::size_t operator()(const K& key) const {
+    return Hash()(key);
+  }
+};
+
+}  // namespace internal
+
 // A map by hashed key with the interface of std::unordered_map as far as it goes. Two things differ:
 // iteration follows the order of insertion, whatever the hashes, so that results repeat between runs; and the
 // bucket counts are the primes of du::HashNextPrime: 193 at first, more when an insertion would exceed one
@@ -204,7 +218,7 @@ class HashMap {
   std::pair<iterator, bool> emplace(Args&&... args) {
     Owner node(*this, std::forward<Args>(args)...);
     const Key& key = node->value.first;
-    const std::size_t hash = Hash()(key);
+    const std::size_t hash = Placement()(key);
     if (Node* present = FindNode(key, hash)) return {iterator(present), false};
     return {Insert(node, hash), true};
   }
@@ -261,6 +275,7 @@ class HashMap {
 
  private:
   using NodeAlloc = typename std::allocator_traits<Alloc>::template rebind_alloc<Node>;
+  using Placement = internal::PlacementHash<Hash>;
   using NodeTraits = std::allocator_traits<NodeAlloc>;
   using BucketAlloc = typename std::allocator_traits<Alloc>::template rebind_alloc<Node*>;
   static_assert(NodeTraits::is_always_equal::value, "allocators with a state are not supported");
@@ -317,10 +332,16 @@ class HashMap {
     }
   }
 
+  // Spreads the hash over 32 bits and scales those to the bucket count: a division costs more than a look-up.
+  static std::size_t Bucket(std::size_t hash, std::size_t buckets) noexcept {
+    const std::uint64_t spread = hash * std::uint64_t{0x9E3779B97F4A7C15u};
+    return static_cast<std::size_t>((spread >> 32) * buckets >> 32);
+  }
+
   template <class K>
   Node* FindNode(const K& key, std::size_t hash) const {
     if (buckets_.empty()) return nullptr;
-    for (Node* node = buckets_[hash % buckets_.size()]; node != nullptr; node = node->chain) {
+    for (Node* node = buckets_[Bucket(hash, buckets_.size())]; node != nullptr; node = node->chain) {
       if (node->hash == hash && Equal()(node->value.first, key)) return node;
     }
     return nullptr;
@@ -329,7 +350,7 @@ class HashMap {
   template <class K>
   Link* FindLink(const K& key) const {
     if (size_ == 0) return const_cast<Link*>(&ends_);
-    Node* const node = FindNode(key, Hash()(key));
+    Node* const node = FindNode(key, Placement()(key));
     return node != nullptr ? node : const_cast<Link*>(&ends_);
   }
 
@@ -340,7 +361,7 @@ class HashMap {
 
   template <class K, class... Args>
   std::pair<iterator, bool> TryEmplace(K&& key, Args&&... args) {
-    const std::size_t hash = Hash()(key);
+    const std::size_t hash = Placement()(key);
     if (Node* present = FindNode(key, hash)) return {iterator(present), false};
     Owner node(*this, std::piecewise_construct, std::forward_as_tuple(std::forward<K>(key)),
                std::forward_as_tuple(std::forward<Args>(args)...));
@@ -358,7 +379,7 @@ class HashMap {
     }
     Node* const node = owner.Release();
     node->hash = hash;
-    Node*& bucket = buckets_[hash % buckets_.size()];
+    Node*& bucket = buckets_[Bucket(hash, buckets_.size())];
     node->chain = std::exchange(bucket, node);
     node->previous = std::exchange(ends_.previous, node);
     node->previous->next = node;
@@ -371,13 +392,13 @@ class HashMap {
     std::vector<Node*, BucketAlloc> fresh(bucketCount, nullptr);
     for (Link* link = ends_.next; link != &ends_; link = link->next) {
       Node* const node = static_cast<Node*>(link);
-      node->chain = std::exchange(fresh[node->hash % bucketCount], node);
+      node->chain = std::exchange(fresh[Bucket(node->hash, bucketCount)], node);
     }
     buckets_.swap(fresh);
   }
 
   void Erase(Node* node) noexcept {
-    Node** place = &buckets_[node->hash % buckets_.size()];
+    Node** place = &buckets_[Bucket(node->hash, buckets_.size())];
     while (*place != node) place = &(*place)->chain;
     *place = node->chain;
     node->previous->next = node->next;

@@ -80,6 +80,17 @@ const char* InternText(const std::string& text) {
   return length == 0 ? nullptr : Table::Instance().Intern(begin, length);
 }
 
+const char* FindText(const char* text) noexcept {
+  SymbolTable* const table = Table::Existing();
+  return table == nullptr || text == nullptr || *text == '\0' ? nullptr
+                                                              : table->Find(text, std::strlen(text));
+}
+
+const char* FindText(const std::string& text) noexcept {
+  SymbolTable* const table = Table::Existing();
+  return table == nullptr || text.empty() ? nullptr : table->Find(text.data(), text.size());
+}
+
 void ReleaseLastReference(const char* text) noexcept {
   if (SymbolTable* const table = Table::Existing()) table->Release(text);
 }

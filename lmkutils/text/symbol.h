@@ -51,6 +51,10 @@ LMK_API void ReleaseLastReference(const char* text) noexcept;
 LMK_API void PinEntry(SymbolEntry& entry) noexcept;
 LMK_API bool SymbolLess(const char* a, const char* b) noexcept;
 LMK_API std::uint32_t SymbolHash(const char* text) noexcept;
+// The text pointer of the entry with this text, null when there is none. A number to compare, not to read
+// from: nothing keeps the entry.
+LMK_API const char* FindText(const char* text) noexcept;
+LMK_API const char* FindText(const std::string& text) noexcept;
 
 template <class Entry>
 unsigned IdOf(const Entry& entry) noexcept {
@@ -220,6 +224,25 @@ struct hash<Symbol> {
   std::size_t operator()(const std::string& text) const noexcept { return ElfHash(text.data(), text.size()); }
   std::size_t operator()(const char* text) const noexcept { return ElfHash(text); }
 };
+
+namespace internal {
+
+template <class Hash>
+struct PlacementHash;
+
+// A map of symbols places them by their pointers, without reading their entries. A text is looked up in the
+// symbol table first: what is not there cannot be a key.
+template <>
+struct PlacementHash<hash<Symbol>> {
+  std::size_t operator()(const Symbol& symbol) const noexcept { return Number(symbol.c_str()); }
+  std::size_t operator()(const char* text) const noexcept { return Number(FindText(text)); }
+  std::size_t operator()(const std::string& text) const noexcept { return Number(FindText(text)); }
+
+ private:
+  static std::size_t Number(const char* text) noexcept { return reinterpret_cast<std::uintptr_t>(text); }
+};
+
+}  // namespace internal
 
 // A pair of symbols; what is said of Symbol holds for both.
 class LMK_API DualSymbol {

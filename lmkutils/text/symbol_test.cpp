@@ -14,7 +14,7 @@
 #include "lmkutils/os/fault/fault.h"
 #include "lmkutils/platform/dead_reference.h"
 #include "lmkutils/testing/child_process.h"
-#include "lmkutils/text/internal/lasting_symbol.h"
+#include "lmkutils/trace/lm_trace_controller.h"
 
 namespace {
 
@@ -84,6 +84,25 @@ const lmktest::ChildRole kFirstUseRole("symbol_first_use", [](const std::vector<
   }
   return 2;
 });
+
+const lmktest::ChildRole kDumpRole("symbol_dump", [](const std::vector<std::string>&) {
+  dp::LMTraceController::Instance().Initialize();
+  const Symbol one("one");
+  Symbol::DumpStats();
+  return 0;
+});
+
+// One record a line of the report, in its order.
+TEST(SymbolProcess, DumpsItsStatisticsThroughTheTracer) {
+  const std::string out = lmktest::RunSelf("symbol_dump", {}, {{"LUMORA_TRACE", "stdout"}}).out;
+  std::size_t at = 0;
+  for (const char* line : {" du Symbol du::Symbol statistics.", " du Symbol Buckets in table           3079.",
+                           " du Symbol Elems in Bucket | Number", " du Symbol Totals          |",
+                           " du Symbol Relative Uniformity is "}) {
+    at = out.find(line, at);
+    ASSERT_NE(std::string::npos, at) << line << "\n" << out;
+  }
+}
 
 TEST(SymbolProcess, LateStaticsFindTheTableGone) {
   const auto result = lmktest::RunSelf("symbol_late", {}, {{"LMK_TEST_EARLY_SYMBOL", "early"}});

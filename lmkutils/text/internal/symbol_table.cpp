@@ -77,6 +77,19 @@ const char* SymbolTable::Intern(const char* text, std::size_t length) {
   return InternNew(hash, text, length);
 }
 
+const char* SymbolTable::Find(const char* text, std::size_t length) noexcept {
+  const std::uint32_t hash = TextHash::Of(text, length);
+  {
+    const LookupGuards::Scope scope(guards_);
+    if (scope.Entered() && !closed_.load()) {
+      if (const char* present = index_.load()->Find(hash, text, length)) return present;
+    }
+  }
+  const Guard guard(lock_);  // it may just have been moving
+  if (closed_.load(std::memory_order_relaxed)) return nullptr;
+  return index_.load(std::memory_order_relaxed)->Find(hash, text, length);
+}
+
 // Without the lock. A count of 0 is left alone: raising it would take the entry from under a sweep. `isNew`
 // tells that there was no entry, as far as one can see without the lock.
 const char* SymbolTable::InternInUse(std::uint32_t hash, const char* text, std::size_t length,

@@ -54,6 +54,9 @@ class SymbolTable : public CommonAllocated {
   // closed.
   const char* Intern(const char* text, std::size_t length);
 
+  // Where the entry with these bytes is, if there is one; nothing keeps it there.
+  const char* Find(const char* text, std::size_t length) noexcept;
+
   // Drops a reference that may be the last one.
   void Release(const char* text) noexcept;
 
