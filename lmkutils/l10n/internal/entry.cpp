@@ -31,7 +31,7 @@ const Entry* Entry::Create(Arena& arena, std::string_view tag, std::string_view 
   entry->argumentCount_ = argumentCount;
   auto* const first = reinterpret_cast<Segment*>(place + sizeof(Entry));
   std::uninitialized_copy(segments.begin(), segments.end(), first);
-  AppendText(AppendText(reinterpret_cast<char*>(first + segments.size()), tag), text);
+  AppendText(AppendText(reinterpret_cast<char*>(first + segments.size()), text), tag);
   return entry;
 }
 

@@ -13,7 +13,7 @@
 namespace du::internal {
 
 // Lies in an arena as one piece, so that building a message touches no other memory: this head, the segments,
-// the tag and the text, each with a NUL behind it.
+// the text and the tag, each of these two with a NUL behind it.
 //
 // Tag and text become symbols only when somebody asks for them as such (du::Lmtrb::AddAllStrings): building
 // messages never needs that, and two new symbols cost more than all the rest of loading a message.
@@ -24,8 +24,8 @@ class Entry {
   static const Entry* Create(Arena& arena, std::string_view tag, std::string_view text,
                              const std::vector<Segment>& segments, std::int32_t argumentCount);
 
-  std::string_view Tag() const noexcept { return {TagBegin(), tagLength_}; }
-  std::string_view Text() const noexcept { return {TagBegin() + tagLength_ + 1, textLength_}; }
+  std::string_view Tag() const noexcept { return {TextBegin() + textLength_ + 1, tagLength_}; }
+  std::string_view Text() const noexcept { return {TextBegin(), textLength_}; }
   std::int32_t ArgumentCount() const noexcept { return argumentCount_; }
   // The last one is the one without an argument.
   const Segment* Segments() const noexcept { return reinterpret_cast<const Segment*>(this + 1); }
@@ -33,7 +33,7 @@ class Entry {
  private:
   Entry() noexcept = default;
 
-  const char* TagBegin() const noexcept { return reinterpret_cast<const char*>(Segments() + segmentCount_); }
+  const char* TextBegin() const noexcept { return reinterpret_cast<const char*>(Segments() + segmentCount_); }
 
   std::uint32_t tagLength_ = 0;
   std::uint32_t textLength_ = 0;
