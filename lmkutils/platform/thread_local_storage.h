@@ -8,7 +8,7 @@ namespace dp {
 
 /// One pointer a thread and key. Keys are the system's and few (about a thousand a process): give them back.
 /// Nothing is called or freed at a thread's end. Any thread may call anything; errno and the last error stay
-/// as they are.
+/// as they are. A key that was given back must not be used any more: not every system notices.
 class LMK_API ThreadLocalStorage {
  public:
   ThreadLocalStorage() = delete;

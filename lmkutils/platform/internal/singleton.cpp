@@ -33,14 +33,14 @@ struct Unpublished {
 }  // namespace
 
 void* SingletonCore::Create(const Operations& operations) {
-  if (IsDestroyed()) throw DeadReference();
+  if (IsDestroyed()) return nullptr;
   // Before the lock: what one object needs during its creation may be what makes another one wait for this
   // one.
   operations.prepare();
 
   const ScopedLock guard(lock_);
   if (void* const existing = Existing()) return existing;
-  if (IsDestroyed()) throw DeadReference();
+  if (IsDestroyed()) return nullptr;
   const CreationMark mark(creating_);
   Unpublished fresh{object_, operations.create()};
   try {
@@ -56,6 +56,10 @@ void* SingletonCore::Create(const Operations& operations) {
     throw;
   }
   return fresh.object;
+}
+
+void SingletonCore::ThrowDeadReference() {
+  throw DeadReference();
 }
 
 void SingletonCore::Teardown(const Operations& operations) noexcept {

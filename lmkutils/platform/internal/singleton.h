@@ -27,10 +27,12 @@ class SingletonCore {
   void* Existing() const noexcept { return object_.load(std::memory_order_acquire); }
   bool IsDestroyed() const noexcept { return destroyed_.load(std::memory_order_acquire); }
 
-  /// The slow way of Instance. Throws DeadReference, std::bad_alloc, std::logic_error when `create` comes
-  /// back here on the same thread, and what the operations throw; then nothing remains of the attempt and the
-  /// next one may succeed.
+  /// The slow way of Instance: null after the end. Throws std::bad_alloc, std::logic_error when `create`
+  /// comes back here on the same thread, and what the operations throw; then nothing remains of the attempt
+  /// and the next one may succeed.
   void* Create(const Operations& operations);
+
+  [[noreturn]] static void ThrowDeadReference();
 
   /// Takes no lock, so that it cannot meet a thread that creates a singleton. The object is out of reach
   /// before its destructor begins: what that one calls must not be handed a half-dead object.
@@ -60,13 +62,16 @@ class Singleton {
   static Object& Instance() {
     void* object = core_.Existing();
     if (object == nullptr) object = core_.Create(MakeOperations());
+    if (object == nullptr) SingletonCore::ThrowDeadReference();
     return *static_cast<Object*>(object);
   }
 
-  /// As Instance, but null where that throws.
+  /// As Instance, but null where that throws. After the end no exception is made: the end of a process may
+  /// have taken the means to catch one.
   static Object* InstanceOrNull() noexcept {
+    if (Object* const object = Existing()) return object;
     try {
-      return &Instance();
+      return static_cast<Object*>(core_.Create(MakeOperations()));
     } catch (...) {
       return nullptr;
     }
