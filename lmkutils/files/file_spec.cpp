@@ -48,6 +48,11 @@ const std::string& EmptyText() noexcept {
 
 }  // namespace
 
+const char FileSpec::DIR_SEP_CHAR;
+const char FileSpec::ALT_DIR_SEP_CHAR;
+const char FileSpec::DRIVE_SEP_CHAR;
+const char FileSpec::EXT_SEP_CHAR;
+
 FileSpec::FileSpec(const char* text) {
   Assign(View(text));
 }

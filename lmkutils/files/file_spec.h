@@ -36,10 +36,10 @@ namespace du {
 // again costs no allocation once its strings have grown.
 class LMK_API FileSpec {
  public:
-  static constexpr char DIR_SEP_CHAR = '\\';
-  static constexpr char ALT_DIR_SEP_CHAR = '/';
-  static constexpr char DRIVE_SEP_CHAR = ':';
-  static constexpr char EXT_SEP_CHAR = '.';
+  static const char DIR_SEP_CHAR = '\\';
+  static const char ALT_DIR_SEP_CHAR = '/';
+  static const char DRIVE_SEP_CHAR = ':';
+  static const char EXT_SEP_CHAR = '.';
 
   // The directory names, from the root (or the current position) down. Iterators are random-access; inserting
   // and erasing invalidates them, except for the one that is returned. A name written through a mutable

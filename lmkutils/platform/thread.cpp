@@ -103,6 +103,8 @@ struct Thread::Impl::Launch {
   const bool synchronous;
 };
 
+const unsigned Thread::kDefaultStackSize;
+
 Thread::Thread(const char* name, unsigned stackSize) : impl_(new Impl(name, stackSize)) {}
 
 // On its own thread the body keeps the state and drops it at its end.

@@ -22,7 +22,7 @@ namespace dp {
 /// Assigning over a Thread leaves the state that it had to its other holders.
 class LMK_API Thread {
  public:
-  static constexpr unsigned kDefaultStackSize = 0x40000;
+  static const unsigned kDefaultStackSize = 0x40000;
 
   /// `name` (null: none) is for debuggers and traces. `stackSize` in bytes, raised to what the system needs.
   /// Throws std::bad_alloc.

@@ -111,6 +111,7 @@ std::uint32_t SymbolHash(const char* text) noexcept {
 
 }  // namespace internal
 
+const unsigned Symbol::npos;
 constexpr Symbol Symbol::EMPTY;
 constexpr DualSymbol DualSymbol::EMPTY;
 

@@ -103,7 +103,7 @@ inline void DropReference(const char* text) noexcept {
 class LMK_API Symbol {
  public:
   // "Not found", and "to the end" as a count.
-  static constexpr unsigned npos = 0xFFFFFFFFu;
+  static const unsigned npos = 0xFFFFFFFFu;
   static const Symbol EMPTY;
 
   constexpr Symbol() noexcept = default;
