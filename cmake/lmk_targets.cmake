@@ -71,7 +71,8 @@ target_include_directories(lmkutils INTERFACE
   $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}> $<INSTALL_INTERFACE:include>)
 target_link_libraries(lmkutils PRIVATE Threads::Threads)
 if(NOT WIN32)
-  target_link_options(lmkutils PRIVATE LINKER:--no-undefined)
+  # The library calls its own functions directly, not through the table by which a program could replace them.
+  target_link_options(lmkutils PRIVATE LINKER:--no-undefined LINKER:-Bsymbolic-functions)
 endif()
 
 # lmk_add_files(SOURCES ... HEADERS ... INTERNAL_HEADERS ...): files of the calling folder for the library.
