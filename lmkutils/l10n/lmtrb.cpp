@@ -1,6 +1,5 @@
 #include "lmkutils/l10n/lmtrb.h"
 
-#include <algorithm>
 #include <array>
 #include <cassert>
 #include <cstring>
@@ -57,7 +56,7 @@ bool TakesArguments(std::int32_t expected, std::size_t given, const char* tag, b
   return false;
 }
 
-// Joins short messages first: one call into the stream costs as much as copying a hundred bytes.
+// Joins short messages first: copying a few bytes costs less than a call into the stream.
 class PieceWriter {
  public:
   explicit PieceWriter(std::ostream& out) : out_(out) {}

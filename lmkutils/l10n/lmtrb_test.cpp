@@ -11,6 +11,7 @@
 #include "lmkutils/l10n/localizer_error.h"
 #include "lmkutils/l10n/testing/reference_table.h"
 #include "lmkutils/memory/smart_ptr.h"
+#include "lmkutils/os/fault/fault.h"
 #include "lmkutils/testing/trace_recorder.h"
 
 namespace {
@@ -243,6 +244,30 @@ TEST(Lmtrb, AllStringsInFileOrderAndWithoutReplacing) {
   std::vector<std::string> pairs;
   for (const auto& [tag, text] : map) pairs.push_back(std::string(tag) + "=" + std::string(text));
   EXPECT_THAT(pairs, testing::ElementsAre("B=kept", "C={0}\t", "A=3"));
+}
+
+TEST(Lmtrb, ExhaustedMemoryLeavesNothingBehind) {
+  using os::fault::Call;
+  int failures = 0;
+  for (std::uint64_t n = 1;; ++n) {
+    const std::string tag = "EXHAUSTED_" + std::to_string(n);  // a text that is no symbol yet
+    du::SmartPtr<Lmtrb> table;
+    du::HashMap<du::Symbol, du::Symbol> map;
+    os::fault::Arming noMemory(Call::kHeapAllocate, {.first = n, .count = os::fault::kForEver});
+    try {
+      table = Load(tag + ".value=text of " + tag + "\n");
+      table->AddAllStrings(map);
+      break;
+    } catch (const std::bad_alloc&) {
+      ++failures;
+      os::fault::Disarm(Call::kHeapAllocate);
+      EXPECT_TRUE(map.empty());
+      if (table) {
+        EXPECT_EQ("text of " + tag, Build(*table, tag.c_str()));
+      }
+    }
+  }
+  EXPECT_GT(failures, 2);
 }
 
 TEST(Lmtrb, PseudoLocalizedTextsKeepEscapesAndPlaceholders) {
