@@ -1,6 +1,6 @@
 #!/bin/sh
 # Installs a built preset into a folder of its own, moves that folder, and builds and runs examples/first against it, as a
-# user of the library would:
+# user of the library would; then runs the installed tool, which must find its texts in German:
 #   consumer-test.sh PRESET cmake|pkg-config [RUNNER]      RUNNER runs the program, e.g. scripts/wine-session.sh
 set -eu
 here=$(cd "$(dirname "$0")" && pwd)
@@ -42,5 +42,13 @@ else
 fi
 ${runner:+"$runner"} "$run" "$program" > "$work/output"
 cat "$work/output"
-# Wine ends lines with CR LF.
+# Windows ends lines with CR LF.
 tr -d '\r' < "$work/output" | diff - "$root/examples/first/expected_output"
+
+unset LD_LIBRARY_PATH     # the tool knows where its library is
+cd "$prefix"
+export LUMORA_LANG=de
+${runner:+"$runner"} "$run" "bin/lmkutil${triple:+.exe}" strings check share/lumora/en/lmkutil.lmtrb \
+  share/lumora/de/lmkutil.lmtrb > "$work/tool-output"
+cat "$work/tool-output"
+grep -q '^Dateien: 2, .* Fehler: 0' "$work/tool-output"
