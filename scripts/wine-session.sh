@@ -32,6 +32,9 @@ wine cmd.exe /q <"$fifo" >/dev/null 2>&1 &
 holder=$!
 exec 9>"$fifo"; rm -f "$fifo"
 wine cmd.exe /c ver 9>&- >/dev/null 2>&1 || { echo "wine: does not start" >&2; wineserver -k; exit 125; }
+# The first program that touches the desktop starts another one that shows it, and hands on its output to it for the rest of
+# the session: whoever reads that output to its end would wait for ever. So let it be one whose output nobody reads.
+wine rundll32.exe user32.dll,GetDesktopWindow 9>&- >/dev/null 2>&1
 "$@" 9>&- 7>&-
 status=$?
 wineserver -k 2>/dev/null     # ends the holder and whatever a failed test left running

@@ -11,6 +11,7 @@
 
 #include <gtest/gtest.h>
 
+#include "lmkutils/os/capabilities.h"
 #include "lmkutils/os/fault/fault.h"
 #include "lmkutils/platform/dead_reference.h"
 #include "lmkutils/testing/child_process.h"
@@ -111,6 +112,9 @@ TEST(SymbolProcess, LateStaticsFindTheTableGone) {
 }
 
 TEST(SymbolProcess, EndsWhileAThreadInterns) {
+  // There the library ends after all other threads; only in this test, which is linked with its objects, they
+  // run on.
+  if (os::GetCapabilities().exitKillsThreads) GTEST_SKIP() << "on this target no thread is left at exit";
   for (int i = 0; i < 3; ++i) {
     const auto result = lmktest::RunSelf("symbol_running");
     EXPECT_EQ(0, result.exitCode) << result.err;

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 """Words that do not belong into the tree: left-over markers, places of one machine, hosts, and references to papers that a
-reader does not have."""
+reader does not have. And names of files that Windows cannot have."""
 import re
 
 import tree
@@ -16,10 +16,12 @@ WORDS = [
     (re.compile(r"\b(decisions|design|faults|examples|windows)\.md\b"), "a reference that a reader cannot follow"),
     (re.compile("[\u200b-\u200f\u202a-\u202e\u2060\ufeff]"), "an invisible character"),
 ]
+DEVICE = re.compile(r"(^|/)(con|prn|aux|nul|com\d|lpt\d)(\.[^/]*)?(/|$)", re.I)
 
 
 def main():
     problems, names = [], [name for name in tree.files() if name != SELF and not name.startswith("fuzz/corpus/")]
+    problems += [f"{name}: no name for a file on Windows" for name in tree.files() if DEVICE.search(name) or re.search(r'[<>:"|?*\\]|[. ]$', name)]
     looked = 0
     for name in names:
         try:
