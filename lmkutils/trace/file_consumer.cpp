@@ -24,7 +24,8 @@ std::string FindStyleSheet() {
 
 std::string Prologue(const std::string& styleSheet) {
   std::string text = "<?xml version=\"1.0\"?>\n<?xml-stylesheet type=\"text/xsl\" href=\"";
-  internal::AppendXmlText(styleSheet, text);
+  std::string storage;
+  text += internal::XmlEscaped(styleSheet, storage);
   text += "\"?>\n<lmtrace:log xmlns:lmtrace=\"urn::uuid::a4a83aae-be5c-4b2b-9f60-5e937dee9534\">\n";
   return text;
 }

@@ -2,18 +2,20 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <cstdint>
+#include <cstring>
 
 #include "lmkutils/text/encoding.h"
-#include "lmkutils/time/internal/instant_text.h"
 #include "lmkutils/trace/internal/type_name.h"
 
 namespace dp::internal {
 namespace {
 
 constexpr std::string_view kReplacement = "\xEF\xBF\xBD";  // U+FFFD
-constexpr std::size_t kTypeWidth = 7;
+
+// More than the fixed texts, the times and the numbers of a record of any form.
+constexpr std::size_t kFixedSize = 400;
+static_assert(kFixedSize > 250 + 2 * TextBuffer::kNumberSize + RecordTime::kSize);
 
 std::string_view View(const char* text) {
   return text != nullptr ? text : std::string_view();
@@ -24,26 +26,26 @@ std::string_view TypeName(const TraceFormatter& record) {
   return name != nullptr ? name : "Info";
 }
 
-void AppendNumber(int number, std::string& out) {
-  std::array<char, 12> digits;
-  const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), number);
-  out.append(digits.data(), end.ptr);
+// Each type's name in a field of 7, and the blank behind it.
+std::string_view TypeField(const TraceFormatter& record) {
+  switch (record.GetType()) {
+    case TraceType::Debug:
+      return "Debug   ";
+    case TraceType::Warning:
+      return "Warning ";
+    case TraceType::Error:
+      return "Error   ";
+    default:
+      return "Info    ";
+  }
 }
 
-void AppendLocalTime(std::int64_t time, std::string& out) {
-  std::array<char, du::internal::kInstantTextSize> text;
-  out.append(text.data(), du::internal::WriteLocalInstant(time, text.data()));
-}
-
-void AppendUtcTime(std::int64_t time, std::string& out) {
-  std::array<char, du::internal::kInstantTextSize> text;
-  out.append(text.data(), du::internal::WriteUtcInstant(time, text.data()));
-}
-
-void AppendWithoutLineFeeds(std::string_view text, std::string& out) {
-  const std::size_t start = out.size();
-  out.append(text);
-  for (std::size_t at = out.find('\n', start); at != out.npos; at = out.find('\n', at)) out[at] = ' ';
+void PutWithoutLineFeeds(std::string_view text, TextBuffer& out) {
+  char* at = out.End();
+  out.Put(text);
+  while ((at = static_cast<char*>(std::memchr(at, '\n', static_cast<std::size_t>(out.End() - at)))) !=
+         nullptr)
+    *at = ' ';
 }
 
 // Bytes that cannot be copied as they are, by value. Those of characters beyond ASCII are among them, since
@@ -58,6 +60,7 @@ constexpr SpecialBytes MakeSpecialBytes(std::string_view characters) {
 }
 
 constexpr SpecialBytes kJsonSpecial = MakeSpecialBytes("\"\\");
+constexpr SpecialBytes kObjectSpecial = MakeSpecialBytes("");
 constexpr SpecialBytes kXmlSpecial = MakeSpecialBytes("&<>'\"");
 
 bool HasSpecial(std::string_view text, const SpecialBytes& special) {
@@ -149,112 +152,120 @@ std::string_view XmlReplacement(char c) {
 }
 
 // U+FFFE and U+FFFF are the only characters beyond the control characters that XML forbids.
-void ReplaceNonCharacters(std::string& text, std::size_t start) {
-  for (std::size_t at = text.find("\xEF\xBF", start); at != text.npos; at = text.find("\xEF\xBF", at + 3)) {
+void ReplaceNonCharacters(std::string& text) {
+  for (std::size_t at = text.find("\xEF\xBF"); at != text.npos; at = text.find("\xEF\xBF", at + 3)) {
     if (text[at + 2] == '\xBE' || text[at + 2] == '\xBF') text[at + 2] = '\xBD';
   }
 }
 
-void AppendJsonMember(std::string_view name, std::string_view value, std::string& out) {
-  out.append(name).append("\"");
-  AppendJsonText(value, out);
-  out.append("\", ");
-}
-
 // An object stays what it is. Control characters may stand between its members as white space, but not inside
 // its strings, and would break the line.
-void AppendJsonObject(std::string_view object, std::string& out) {
-  WithValidUtf8(object, [&out](std::string_view text) {
-    const std::size_t start = out.size();
-    out.append(text);
-    for (std::size_t i = start; i < out.size(); ++i) {
-      if (static_cast<unsigned char>(out[i]) < 0x20) out[i] = ' ';
-    }
-  });
+std::string_view JsonObject(std::string_view object, std::string& storage) {
+  if (!HasSpecial(object, kObjectSpecial)) return object;
+  storage = du::RepairUtf8(object);
+  std::replace_if(
+      storage.begin(), storage.end(), [](char c) { return static_cast<unsigned char>(c) < 0x20; }, ' ');
+  return storage;
 }
 
-void AppendXmlAttribute(std::string_view before, std::string_view value, std::string& out) {
-  out.append(before);
-  AppendXmlText(value, out);
-  out.append("\"");
+bool LooksLikeObject(std::string_view text) {
+  return text.size() >= 2 && text.front() == '{' && text.back() == '}';
 }
 
 }  // namespace
 
-void AppendJsonText(std::string_view text, std::string& out) {
-  if (!HasSpecial(text, kJsonSpecial)) {
-    out.append(text);
-    return;
-  }
-  WithValidUtf8(
-      text, [&out](std::string_view valid) { AppendReplacing(valid, kJsonSpecial, JsonReplacement, out); });
+std::string_view JsonEscaped(std::string_view text, std::string& storage) {
+  if (!HasSpecial(text, kJsonSpecial)) return text;
+  storage.clear();
+  WithValidUtf8(text, [&storage](std::string_view valid) {
+    AppendReplacing(valid, kJsonSpecial, JsonReplacement, storage);
+  });
+  return storage;
 }
 
-void AppendXmlText(std::string_view text, std::string& out) {
-  if (!HasSpecial(text, kXmlSpecial)) {
-    out.append(text);
-    return;
-  }
-  const std::size_t start = out.size();
-  WithValidUtf8(text,
-                [&out](std::string_view valid) { AppendReplacing(valid, kXmlSpecial, XmlReplacement, out); });
-  ReplaceNonCharacters(out, start);
+std::string_view XmlEscaped(std::string_view text, std::string& storage) {
+  if (!HasSpecial(text, kXmlSpecial)) return text;
+  storage.clear();
+  WithValidUtf8(text, [&storage](std::string_view valid) {
+    AppendReplacing(valid, kXmlSpecial, XmlReplacement, storage);
+  });
+  ReplaceNonCharacters(storage);
+  return storage;
 }
 
-void AppendPlainLine(const TraceFormatter& record, std::string& out) {
-  const std::string_view type = TypeName(record);
-  out.append(type).append(kTypeWidth - type.size() + 1, ' ');
-  AppendLocalTime(record.GetTime(), out);
-  out.push_back(' ');
-  AppendNumber(record.GetProcId(), out);
-  out.push_back(' ');
-  AppendNumber(record.GetThreadId(), out);
-  out.push_back(' ');
-  AppendWithoutLineFeeds(View(record.GetKey()), out);
-  out.push_back(' ');
-  AppendWithoutLineFeeds(View(record.GetSubKey()), out);
-  out.push_back(' ');
-  AppendWithoutLineFeeds(record.GetText(), out);
-  out.push_back('\n');
-}
-
-void AppendJsonLine(const TraceFormatter& record, std::string_view trackingId, std::string& out) {
-  AppendJsonMember("{\"level\" :", record.GetLevel(), out);
-  AppendJsonMember("\"trackingId\" :", trackingId, out);
-  AppendJsonMember("\"subkey\" :", View(record.GetSubKey()), out);
-  AppendJsonMember("\"source\" :", View(record.GetKey()), out);
-  out.append("\"threadId\" :");
-  AppendNumber(record.GetThreadId(), out);
-  out.append(", \"procId\" :");
-  AppendNumber(record.GetProcId(), out);
-  out.append(", \"time\" :\"");
-  AppendUtcTime(record.GetTime(), out);
+void AppendPlainLine(const TraceFormatter& record, RecordTime& time, TextBuffer& out) {
+  const std::string_view key = View(record.GetKey());
+  const std::string_view subKey = View(record.GetSubKey());
   const std::string_view text = record.GetText();
-  if (text.size() >= 2 && text.front() == '{' && text.back() == '}') {
-    out.append("\", \"message\" :");
-    AppendJsonObject(text, out);
-    out.append("}\n");
-  } else {
-    out.append("\", \"message\" : \"");
-    AppendJsonText(text, out);
-    out.append("\"}\n");
-  }
+  out.Reserve(kFixedSize + key.size() + subKey.size() + text.size());
+  out.Put(TypeField(record));
+  out.PutWith([&](char* at) { return time.Write(record.GetTime(), at); });
+  out.Put(' ');
+  out.Put(record.GetProcId());
+  out.Put(' ');
+  out.Put(record.GetThreadId());
+  out.Put(' ');
+  PutWithoutLineFeeds(key, out);
+  out.Put(' ');
+  PutWithoutLineFeeds(subKey, out);
+  out.Put(' ');
+  PutWithoutLineFeeds(text, out);
+  out.Put('\n');
 }
 
-void AppendXmlElement(const TraceFormatter& record, std::string& out) {
-  AppendXmlAttribute("<lmtrace:mesg type = \"", TypeName(record), out);
-  out.append(" time = \"");
-  AppendLocalTime(record.GetTime(), out);
-  out.append("\">\n<lmtrace:id proc = \"");
-  AppendNumber(record.GetProcId(), out);
-  out.append("\" thread = \"");
-  AppendNumber(record.GetThreadId(), out);
-  out.append("\"/>\n");
-  AppendXmlAttribute("<lmtrace:sourceid source = \"", View(record.GetKey()), out);
-  AppendXmlAttribute(" subkey = \"", View(record.GetSubKey()), out);
-  out.append("/>\n");
-  AppendXmlText(record.GetText(), out);
-  out.append("</lmtrace:mesg>\n");
+void AppendJsonLine(const TraceFormatter& record, RecordTime& time, std::string_view trackingId,
+                    TextBuffer& out) {
+  std::string keyStorage;
+  std::string subKeyStorage;
+  std::string textStorage;
+  const std::string_view key = JsonEscaped(View(record.GetKey()), keyStorage);
+  const std::string_view subKey = JsonEscaped(View(record.GetSubKey()), subKeyStorage);
+  const bool isObject = LooksLikeObject(record.GetText());
+  const std::string_view text =
+      isObject ? JsonObject(record.GetText(), textStorage) : JsonEscaped(record.GetText(), textStorage);
+  out.Reserve(kFixedSize + trackingId.size() + key.size() + subKey.size() + text.size());
+  out.Put("{\"level\" :\"");
+  out.Put(record.GetLevel());
+  out.Put("\", \"trackingId\" :\"");
+  out.Put(trackingId);
+  out.Put("\", \"subkey\" :\"");
+  out.Put(subKey);
+  out.Put("\", \"source\" :\"");
+  out.Put(key);
+  out.Put("\", \"threadId\" :");
+  out.Put(record.GetThreadId());
+  out.Put(", \"procId\" :");
+  out.Put(record.GetProcId());
+  out.Put(", \"time\" :\"");
+  out.PutWith([&](char* at) { return time.Write(record.GetTime(), at); });
+  out.Put(isObject ? "\", \"message\" :" : "\", \"message\" : \"");
+  out.Put(text);
+  out.Put(isObject ? "}\n" : "\"}\n");
+}
+
+void AppendXmlElement(const TraceFormatter& record, RecordTime& time, TextBuffer& out) {
+  std::string keyStorage;
+  std::string subKeyStorage;
+  std::string textStorage;
+  const std::string_view key = XmlEscaped(View(record.GetKey()), keyStorage);
+  const std::string_view subKey = XmlEscaped(View(record.GetSubKey()), subKeyStorage);
+  const std::string_view text = XmlEscaped(record.GetText(), textStorage);
+  out.Reserve(kFixedSize + key.size() + subKey.size() + text.size());
+  out.Put("<lmtrace:mesg type = \"");
+  out.Put(TypeName(record));
+  out.Put("\" time = \"");
+  out.PutWith([&](char* at) { return time.Write(record.GetTime(), at); });
+  out.Put("\">\n<lmtrace:id proc = \"");
+  out.Put(record.GetProcId());
+  out.Put("\" thread = \"");
+  out.Put(record.GetThreadId());
+  out.Put("\"/>\n<lmtrace:sourceid source = \"");
+  out.Put(key);
+  out.Put("\" subkey = \"");
+  out.Put(subKey);
+  out.Put("\"/>\n");
+  out.Put(text);
+  out.Put("</lmtrace:mesg>\n");
 }
 
 }  // namespace dp::internal

@@ -1,6 +1,6 @@
 #include "lmkutils/trace/internal/record_text.h"
 
-#include <sstream>
+#include <cstdint>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -27,21 +27,25 @@ TraceFormatter Record(TraceType type, const std::string& text, const char* key =
 }
 
 std::string Plain(const TraceFormatter& record) {
-  std::string out;
-  dp::internal::AppendPlainLine(record, out);
-  return out;
+  dp::internal::TextBuffer out;
+  static dp::internal::RecordTime time(du::internal::WriteLocalInstant);
+  dp::internal::AppendPlainLine(record, time, out);
+  return std::string(out.View());
 }
 
 std::string Json(const TraceFormatter& record, const std::string& trackingId = "") {
-  std::string out;
-  dp::internal::AppendJsonLine(record, trackingId, out);
-  return out;
+  dp::internal::TextBuffer out;
+  std::string storage;
+  dp::internal::RecordTime time(du::internal::WriteUtcInstant);
+  dp::internal::AppendJsonLine(record, time, dp::internal::JsonEscaped(trackingId, storage), out);
+  return std::string(out.View());
 }
 
 std::string Xml(const TraceFormatter& record) {
-  std::string out;
-  dp::internal::AppendXmlElement(record, out);
-  return out;
+  dp::internal::TextBuffer out;
+  dp::internal::RecordTime time(du::internal::WriteLocalInstant);
+  dp::internal::AppendXmlElement(record, time, out);
+  return std::string(out.View());
 }
 
 TEST(RecordText, PlainLines) {
@@ -87,12 +91,45 @@ TEST(RecordText, XmlElements) {
                 "&amp; &lt;a&gt; &apos;&quot; ]]&gt;\r\n\t</lmtrace:mesg>\n",
             Xml(Record(TraceType::Error, "& <a> '\" ]]>\r\n\t", "d\"u", "S&")));
   // What XML 1.0 cannot hold, each as U+FFFD; U+FFFD, U+FFFB and U+10FFFF are allowed.
-  std::string out;
   const std::string controls("\0\x01\x1F", 3);
-  dp::internal::AppendXmlText(
-      controls + "|\xFF|\xEF\xBF\xBE\xEF\xBF\xBF|\xEF\xBF\xBD\xEF\xBF\xBB\xF4\x8F\xBF\xBF", out);
+  std::string storage;
+  const std::string_view out = dp::internal::XmlEscaped(
+      controls + "|\xFF|\xEF\xBF\xBE\xEF\xBF\xBF|\xEF\xBF\xBD\xEF\xBF\xBB\xF4\x8F\xBF\xBF", storage);
   const std::string bad = "\xEF\xBF\xBD";
   EXPECT_EQ(bad + bad + bad + "|" + bad + "|" + bad + bad + "|" + bad + "\xEF\xBF\xBB\xF4\x8F\xBF\xBF", out);
+}
+
+// Whatever was written before, an instant's text is that of its own printing.
+TEST(RecordTime, KeepsNothingThatIsSeen) {
+  dp::internal::RecordTime local(du::internal::WriteLocalInstant);
+  dp::internal::RecordTime utc(du::internal::WriteUtcInstant);
+  const std::int64_t instants[] = {kTime,
+                                   kTime,
+                                   kTime + 1,
+                                   kTime + 957,
+                                   kTime + 958,
+                                   kTime - 43,
+                                   kTime - 42,
+                                   0,
+                                   999,
+                                   1000,
+                                   -1,
+                                   -1000,
+                                   1,
+                                   32503679999999,
+                                   32503680000000,
+                                   32503680000001,
+                                   INT64_MAX,
+                                   INT64_MAX,
+                                   INT64_MIN,
+                                   kTime + 3600000,
+                                   kTime};
+  for (const std::int64_t instant : instants) {
+    char text[dp::internal::RecordTime::kSize];
+    EXPECT_EQ(du::LocalTimeVal(instant).GetString(), std::string(text, local.Write(instant, text)))
+        << instant;
+    EXPECT_EQ(du::UtcTimeVal(instant).GetString(), std::string(text, utc.Write(instant, text))) << instant;
+  }
 }
 
 }  // namespace

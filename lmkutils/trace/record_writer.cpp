@@ -6,7 +6,11 @@
 namespace dp::internal {
 namespace {
 
-constexpr std::size_t kKeptCapacity = 64 * 1024;
+std::string TrackingId() {
+  const std::string id = Environment::Get("TRACKING_ID");
+  std::string storage;
+  return std::string(JsonEscaped(id, storage));
+}
 
 std::string_view Trimmed(std::string_view text) {
   constexpr std::string_view kBlanks = " \t\r\n\v\f";
@@ -20,21 +24,20 @@ std::string_view Trimmed(std::string_view text) {
 RecordWriter::RecordWriter()
     : format_(Environment::Get("LUMORA_TRACE_FORMAT")),
       levels_(Environment::Get("LUMORA_TRACE_LEVEL")),
-      trackingId_(Environment::Get("TRACKING_ID")),
+      trackingId_(TrackingId()),
       json_(format_ == "json") {}
 
 std::string_view RecordWriter::Write(const TraceFormatter& record) {
   if (record.IsInert()) return {};
-  if (text_.capacity() > kKeptCapacity) text_ = std::string();
-  text_.clear();
+  text_.Clear();
   if (xml_) {
-    AppendXmlElement(record, text_);
+    AppendXmlElement(record, localTime_, text_);
   } else if (!json_) {
-    AppendPlainLine(record, text_);
+    AppendPlainLine(record, localTime_, text_);
   } else if (Wants(record.GetLevel())) {
-    AppendJsonLine(record, trackingId_, text_);
+    AppendJsonLine(record, utcTime_, trackingId_, text_);
   }
-  return text_;
+  return text_.View();
 }
 
 bool RecordWriter::Wants(std::string_view level) const noexcept {

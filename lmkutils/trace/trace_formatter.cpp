@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <cstring>
 #include <locale>
 #include <memory>
 #include <new>
@@ -17,8 +18,7 @@
 namespace dp {
 namespace {
 
-constexpr std::size_t kBufferSize = 4096;    // of one formatted argument
-constexpr std::size_t kFirstCapacity = 240;  // of the text: most messages fit, so that it grows once
+constexpr std::size_t kBufferSize = 4096;  // of one formatted argument
 constexpr std::string_view kUnrecognised = "<unrecognised format string>";
 
 std::string JsonObject(const std::vector<std::string>& pairs) {
@@ -93,11 +93,8 @@ TraceFormatter& TraceFormatter::operator=(const TraceFormatter& other) noexcept 
   threadId_ = other.threadId_;
   key_ = other.key_;
   subKey_ = other.subKey_;
-  try {
-    text_ = other.text_;
-  } catch (...) {
-    MakeInert();
-  }
+  textSize_ = 0;
+  Append(other.GetText());
   return *this;
 }
 
@@ -210,19 +207,32 @@ void TraceFormatter::AppendUnsigned(unsigned long long value) noexcept {
 }
 
 void TraceFormatter::Append(std::string_view text) noexcept {
-  if (IsInert()) return;
-  try {
-    if (text_.capacity() < kFirstCapacity && text_.size() + text.size() > text_.capacity())
-      text_.reserve(std::max(kFirstCapacity, text_.size() + text.size()));
-    text_.append(text);
-  } catch (...) {
-    MakeInert();
+  if (IsInert() || text.empty() || !MakeRoom(text.size())) return;
+  char* const begin = longText_ != nullptr ? longText_ : shortText_.data();
+  std::memcpy(begin + textSize_, text.data(), text.size());
+  textSize_ += text.size();
+}
+
+// Without memory for its text the record becomes inert.
+bool TraceFormatter::MakeRoom(std::size_t size) noexcept {
+  if (textCapacity_ - textSize_ >= size) return true;
+  const std::size_t capacity = std::max(textCapacity_ * 2, textSize_ + size);
+  char* const longer = new (std::nothrow) char[capacity];
+  if (longer == nullptr) {
+    type_ = kInert;
+    return false;
   }
+  std::memcpy(longer, GetText().data(), textSize_);
+  delete[] longText_;
+  longText_ = longer;
+  textCapacity_ = capacity;
+  return true;
 }
 
 void TraceFormatter::Finish() noexcept {
   delete stream_;
   if (hasText_ && broadcast_ && !IsInert()) internal::Deliver(*this);
+  delete[] longText_;
 }
 
 }  // namespace dp

@@ -2,7 +2,9 @@
 #ifndef LMKUTILS_TRACE_TRACE_FORMATTER_H
 #define LMKUTILS_TRACE_TRACE_FORMATTER_H
 
+#include <array>
 #include <cstdarg>
+#include <cstddef>
 #include <cstdint>
 #include <ios>
 #include <iosfwd>
@@ -44,7 +46,7 @@ class LMK_API TraceFormatter {
   TraceFormatter(const TraceFormatter& other) noexcept;
   TraceFormatter& operator=(const TraceFormatter& other) noexcept;
   ~TraceFormatter() {
-    if (!IsInert() || stream_ != nullptr) Finish();
+    if (!IsInert() || stream_ != nullptr || longText_ != nullptr) Finish();
   }
 
   // Appends the message, formatted as printf does with the conversions of dp::PrintfFormatter. False, and
@@ -67,9 +69,11 @@ class LMK_API TraceFormatter {
   const char* GetKey() const noexcept { return key_; }
   const char* GetSubKey() const noexcept { return subKey_; }
   // A copy of the text; may throw std::bad_alloc.
-  std::string GetMesg() const { return text_; }
+  std::string GetMesg() const { return std::string(GetText()); }
   // The text itself, valid until the record changes.
-  std::string_view GetText() const noexcept { return text_; }
+  std::string_view GetText() const noexcept {
+    return {longText_ != nullptr ? longText_ : shortText_.data(), textSize_};
+  }
   // "debug", "warn", "error", and "info" for every other type.
   const char* GetLevel() const noexcept;
   bool IsInert() const noexcept { return type_ == kInert; }
@@ -110,6 +114,7 @@ class LMK_API TraceFormatter {
   class TextStream;
 
   static constexpr TraceType kInert = static_cast<TraceType>(-1);
+  static constexpr std::size_t kShortText = 240;
   template <class T>
   static constexpr bool kIsTextPointer =
       std::is_same_v<std::decay_t<T>, const char*> || std::is_same_v<std::decay_t<T>, char*>;
@@ -125,7 +130,7 @@ class LMK_API TraceFormatter {
   void AppendSigned(long long value) noexcept;
   void AppendUnsigned(unsigned long long value) noexcept;
   void Append(std::string_view text) noexcept;
-  void MakeInert() noexcept { type_ = kInert; }
+  bool MakeRoom(std::size_t size) noexcept;
   void Finish() noexcept;
 
   bool hasText_ = false;
@@ -136,8 +141,12 @@ class LMK_API TraceFormatter {
   int threadId_ = 0;
   const char* key_ = nullptr;
   const char* subKey_ = nullptr;
-  std::string text_;
-  TextStream* stream_ = nullptr;  // owned; writes to text_; made when first needed
+  // The text: in the record itself as long as it fits, so that most records need no memory.
+  std::size_t textSize_ = 0;
+  std::size_t textCapacity_ = kShortText;
+  char* longText_ = nullptr;                // owned; null while the text is in shortText_
+  std::array<char, kShortText> shortText_;  // not initialised
+  TextStream* stream_ = nullptr;            // owned; writes to the text; made when first needed
 };
 
 }  // namespace dp

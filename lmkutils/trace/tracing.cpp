@@ -28,6 +28,16 @@ bool TracingIsOn() noexcept {
   }
 }
 
+// Inert when tracing is off or anything fails.
+TraceFormatter LiveRecord(TraceType type, const char* key, const char* subKey) noexcept {
+  if (!TracingIsOn()) return TraceFormatter();
+  try {
+    return StampedRecord(type, key, subKey);
+  } catch (...) {
+    return TraceFormatter();
+  }
+}
+
 }  // namespace
 
 constinit std::atomic<TraceState> traceState{TraceState::kUnknown};
@@ -63,25 +73,20 @@ TraceFormatter StampedRecord(TraceType type, const char* key, const char* subKey
 
 TraceFormatter MakeRecord(TraceType type, const char* key, const char* subKey) noexcept {
   const os::SavedError saved;
-  if (!TracingIsOn()) return TraceFormatter();
-  try {
-    return StampedRecord(type, key, subKey);
-  } catch (...) {
-    return TraceFormatter();
-  }
+  return LiveRecord(type, key, subKey);
 }
 
 void TraceFormatted(TraceType type, const char* key, const char* subKey, const char* format,
                     std::va_list& args) noexcept {
   const os::SavedError saved;
-  TraceFormatter record = MakeRecord(type, key, subKey);
+  TraceFormatter record = LiveRecord(type, key, subKey);
   if (!record.IsInert()) record.Format(format, args);
 }
 
 void TracePairs(TraceType type, const char* key, const char* subKey,
                 const std::vector<std::string>& pairs) noexcept {
   const os::SavedError saved;
-  MakeRecord(type, key, subKey).FormatJson(pairs);
+  LiveRecord(type, key, subKey).FormatJson(pairs);
 }
 
 bool DebugMaskMatches(unsigned mask, const char* key, const char* subKey) noexcept {

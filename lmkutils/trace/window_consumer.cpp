@@ -14,9 +14,12 @@ WindowConsumer::~WindowConsumer() = default;
 
 bool WindowConsumer::ConsumeMessage(const TraceFormatter* formatter) {
   if (formatter == nullptr || formatter->IsInert()) return true;
-  line_.clear();
-  internal::AppendPlainLine(*formatter, line_);
-  os::SendToViewerWindow(window_, line_.c_str(), line_.size() + 1, kLimit);
+  internal::TextBuffer line;
+  internal::RecordTime time(du::internal::WriteLocalInstant);
+  internal::AppendPlainLine(*formatter, time, line);
+  line.Reserve(1);
+  line.Put('\0');
+  os::SendToViewerWindow(window_, line.View().data(), line.Size(), kLimit);
   return true;
 }
 

@@ -2,8 +2,6 @@
 #ifndef LMKUTILS_TRACE_WINDOW_CONSUMER_H
 #define LMKUTILS_TRACE_WINDOW_CONSUMER_H
 
-#include <string>
-
 #include "lmkutils/export.h"
 #include "lmkutils/trace/trace_consumer.h"
 
@@ -24,7 +22,6 @@ class LMK_API WindowConsumer : public TraceConsumer {
 
  private:
   void* window_;
-  std::string line_;  // kept, so that a record costs no allocation
 };
 
 }  // namespace dp

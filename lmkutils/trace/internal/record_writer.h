@@ -5,6 +5,8 @@
 #include <string>
 #include <string_view>
 
+#include "lmkutils/trace/internal/record_time.h"
+#include "lmkutils/trace/internal/text_buffer.h"
 #include "lmkutils/trace/trace_formatter.h"
 
 namespace dp::internal {
@@ -30,10 +32,12 @@ class RecordWriter {
 
   const std::string format_;
   const std::string levels_;
-  const std::string trackingId_;
+  const std::string trackingId_;  // escaped
   const bool json_;
   bool xml_ = false;
-  std::string text_;  // kept, so that a record costs no allocation
+  RecordTime localTime_{du::internal::WriteLocalInstant};
+  RecordTime utcTime_{du::internal::WriteUtcInstant};
+  TextBuffer text_;
 };
 
 }  // namespace dp::internal
