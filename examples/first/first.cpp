@@ -5,7 +5,8 @@
 #include <lmkutils/lmkutils.h>
 
 int main() {
-  // Set LUMORA_TRACE to a file, or to "stdout", to see what a tracer says.
+  // Asks the environment: LUMORA_TRACE=stdout, or the path of a file, shows what tracers say.
+  dp::LMTraceController::Instance().Initialize();
   static const dp::LMTracer tracer("first", "main");
 
   std::istringstream german("SIZE.value=Die Datei \"{1}\" hat {0} Byte.\n");  // a file, as a rule
