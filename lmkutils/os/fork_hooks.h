@@ -4,13 +4,22 @@
 
 namespace os {
 
+// The order in which fork takes the locks, the one in which threads nest them: who holds an inner lock never
+// asks for an outer one. Each rank has one pair of hooks.
+enum class ForkRank : unsigned { kOuter, kMiddle, kInner };
+
 using ForkHook = void (*)() noexcept;
 
-// Has `before` called by each thread that is about to fork, and `after` by that thread afterwards, in the
-// parent and in the child: who takes a lock in the one and releases it in the other has it free, and what it
-// guards whole, in the child. Hooks of later calls run before earlier ones in `before`, after them in
-// `after`. False when there is no memory. Where processes do not fork it does nothing.
-bool AddForkHooks(ForkHook before, ForkHook after) noexcept;
+struct ForkHooks {
+  ForkHook before;    // called by each thread that is about to fork
+  ForkHook inParent;  // called by that thread afterwards
+  ForkHook inChild;   // called by the only thread of the child, whose other threads vanished where they stood
+};
+
+// Who takes a lock in `before` and releases it in the others has it free, and what it guards whole, in the
+// child of every fork that begins after this call. False when there is no memory. Where processes do not fork
+// it does nothing.
+bool AddForkHooks(ForkRank rank, const ForkHooks& hooks) noexcept;
 
 }  // namespace os
 

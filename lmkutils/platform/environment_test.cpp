@@ -186,6 +186,7 @@ TEST(Environment, SurvivesChangesByOtherThreads) {
 
 // Forks while other threads are inside the environment and the conversions to local time.
 const lmktest::ChildRole kFork("environment_fork", [](const std::vector<std::string>&) {
+  Environment::Put("LMK_TEST_SHARED", "");  // forks are safe from the first use on
   std::atomic<bool> stop{false};
   std::vector<std::thread> threads;
   for (int n = 0; n < 2; ++n) {

@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "lmkutils/memory/common_allocator.h"
+#include "lmkutils/os/fork_hooks.h"
 #include "lmkutils/platform/internal/lazy_spin_lock.h"
 #include "lmkutils/platform/internal/singleton.h"
 #include "lmkutils/text/internal/symbol_statistics.h"
@@ -30,12 +31,30 @@ alignas(SymbolTable) constinit std::byte tableStorage[sizeof(SymbolTable)] = {};
 struct TableTraits {
   using Object = SymbolTable;
   static void Prepare() {}
-  static SymbolTable* Create() { return ::new (static_cast<void*>(tableStorage)) SymbolTable(tableLock); }
+  static SymbolTable* Create();
   static void Destroy(SymbolTable* table) noexcept;
   static unsigned Longevity() noexcept { return GetLongevity(static_cast<Symbol*>(nullptr)); }
 };
 
 using Table = dp::internal::Singleton<TableTraits>;
+
+// A child process made while other threads work on the table gets the lock free, the table whole, and nobody
+// to wait for.
+void AddForkHooksOnce() noexcept {
+  static const bool added = os::AddForkHooks(
+      os::ForkRank::kMiddle, {[]() noexcept { tableLock.Lock(); }, []() noexcept { tableLock.Unlock(); },
+                              []() noexcept {
+                                if (SymbolTable* const table = Table::Existing()) table->ForgetOtherThreads();
+                                tableLock.Unlock();
+                              }});
+  static_cast<void>(added);
+}
+
+SymbolTable* TableTraits::Create() {
+  SymbolTable* const table = ::new (static_cast<void*>(tableStorage)) SymbolTable(tableLock);
+  AddForkHooksOnce();
+  return table;
+}
 
 void TableTraits::Destroy(SymbolTable* table) noexcept {
   if (Table::IsDestroyed()) {

@@ -1,5 +1,6 @@
 #include "lmkutils/text/symbol.h"
 
+#include <atomic>
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
@@ -13,6 +14,7 @@
 
 #include "lmkutils/os/capabilities.h"
 #include "lmkutils/os/fault/fault.h"
+#include "lmkutils/os/testing/fork.h"
 #include "lmkutils/platform/dead_reference.h"
 #include "lmkutils/testing/child_process.h"
 #include "lmkutils/trace/lm_trace_controller.h"
@@ -287,6 +289,35 @@ TEST(DualSymbol, HoldsTwo) {
   const DualSymbol taken = std::move(pair);
   EXPECT_TRUE(pair.empty() && pair == DualSymbol::EMPTY);  // NOLINT(bugprone-use-after-move): documented
   EXPECT_TRUE(taken.S1() == one && taken == DualSymbol(Symbol("one"), Symbol()));
+}
+
+// Forks while other threads intern and drop texts; each child does so too, often enough for sweeps.
+const lmktest::ChildRole kForkRole("symbol_fork", [](const std::vector<std::string>&) {
+  const Symbol first("first");  // forks are safe from the first use on
+  std::atomic<bool> stop{false};
+  std::vector<std::thread> threads;
+  for (int n = 0; n < 2; ++n) {
+    threads.emplace_back([&stop, n] {
+      for (int i = 0; !stop; ++i) Symbol(std::to_string(n) + "-" + std::to_string(i));
+    });
+  }
+  int failed = 0;
+  for (int i = 0; i < 150; ++i) {
+    failed += os::testing::RunForked([]() -> int {
+                for (int text = 0; text < 200; ++text) Symbol("child" + std::to_string(text));
+                std::exit(Symbol("child") == Symbol("child") ? 0 : 1);  // with exit calls
+              }) != 0;
+  }
+  stop = true;
+  for (std::thread& thread : threads) thread.join();
+  return failed;
+});
+
+TEST(Symbol, IsUsableInForkedProcesses) {
+  if (os::testing::RunForked([] { return 0; }) == os::testing::kForkUnknown)
+    GTEST_SKIP() << "processes do not fork on this target";
+  const lmktest::ChildResult result = lmktest::RunSelf("symbol_fork");
+  EXPECT_EQ(0, result.exitCode) << (result.timedOut ? "hangs" : result.err);
 }
 
 }  // namespace

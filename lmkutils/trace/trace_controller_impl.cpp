@@ -31,11 +31,13 @@ alignas(TraceControllerImpl) constinit std::byte controllerStorage[sizeof(TraceC
 
 // A child process made while another thread is inside a delivery gets the lock free and the consumers whole.
 void AddForkHooksOnce() {
-  static const bool added = os::AddForkHooks([]() noexcept { controllerLock.Lock(); },
-                                             []() noexcept {
-                                               RememberProcessId();
-                                               controllerLock.Unlock();
-                                             });
+  static const bool added =
+      os::AddForkHooks(os::ForkRank::kOuter,
+                       {[]() noexcept { controllerLock.Lock(); }, []() noexcept { controllerLock.Unlock(); },
+                        []() noexcept {
+                          RememberProcessId();
+                          controllerLock.Unlock();
+                        }});
   static_cast<void>(added);
 }
 

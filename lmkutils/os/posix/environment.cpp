@@ -1,5 +1,6 @@
 #include "lmkutils/os/environment.h"
 
+#include <atomic>
 #include <cstring>
 
 #include <pthread.h>
@@ -15,13 +16,14 @@ namespace {
 pthread_mutex_t environmentMutex = PTHREAD_MUTEX_INITIALIZER;
 
 // A child process made while another thread is inside gets the lock free, and with it the run-time's own
-// locks of the environment and of the zone, which fork does not free. Whoever adds hooks for a lock under
-// which this one is taken must have looked at the environment before, so that fork takes the two in that
-// order.
+// locks of the environment and of the zone, which fork does not free.
+// No static that is initialised at run time: a child made while another thread initialises it would wait for
+// that thread.
 void AddForkHooksOnce() noexcept {
-  static const bool added = AddForkHooks([]() noexcept { pthread_mutex_lock(&environmentMutex); },
-                                         []() noexcept { pthread_mutex_unlock(&environmentMutex); });
-  static_cast<void>(added);
+  static constinit std::atomic<bool> isAdded{false};
+  if (isAdded.load(std::memory_order_relaxed) || isAdded.exchange(true)) return;
+  constexpr ForkHook unlock = []() noexcept { pthread_mutex_unlock(&environmentMutex); };
+  AddForkHooks(ForkRank::kInner, {[]() noexcept { pthread_mutex_lock(&environmentMutex); }, unlock, unlock});
 }
 
 }  // namespace

@@ -2,7 +2,7 @@
 
 namespace os {
 
-bool AddForkHooks(ForkHook, ForkHook) noexcept {
+bool AddForkHooks(ForkRank, const ForkHooks&) noexcept {
   return true;
 }
 

@@ -28,4 +28,11 @@ bool LookupGuards::Await(unsigned milliseconds) const noexcept {
   return true;
 }
 
+void LookupGuards::ForgetAll() noexcept {
+  for (Word& word : words_) {
+    const std::uint32_t sequence = word.sequence.load();
+    if (sequence % 2 != 0) word.sequence.store(sequence + 1);
+  }
+}
+
 }  // namespace du::internal

@@ -43,6 +43,9 @@ class LookupGuards {
   static constexpr unsigned kNoLimit = 0xFFFFFFFFu;
   bool Await(unsigned milliseconds = kNoLimit) const noexcept;
 
+  // Takes all look-ups for over, since the threads in them are gone.
+  void ForgetAll() noexcept;
+
   // Where the calling thread best starts to look for a free one among `count`, a power of two up to 256: the
   // stacks of threads lie far apart, so a middle part of a local's address tells them apart at no cost.
   static std::size_t Hint(std::size_t count) noexcept {

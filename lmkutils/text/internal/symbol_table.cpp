@@ -274,6 +274,11 @@ bool SymbolTable::AwaitOthers() const noexcept {
   return true;
 }
 
+void SymbolTable::ForgetOtherThreads() noexcept {
+  guards_.ForgetAll();
+  for (std::atomic<const char*>& slot : releaseSlots_) slot.store(nullptr);
+}
+
 // Calls use(room) under the lock, with one zero for each bucket in `room`, which was made without it. False
 // when the table is closed.
 template <class Use>

@@ -65,6 +65,10 @@ class SymbolTable : public CommonAllocated {
   // ever (where they do not): then the storage is left to the system. The object itself must stay.
   void Close() noexcept;
 
+  // For a forked process: the threads that were inside an operation are not there to end it. The caller holds
+  // the lock. What they were about to free stays.
+  void ForgetOtherThreads() noexcept;
+
   [[nodiscard]] SymbolStatistics CollectStatistics();
 
   // Null when the structure is in order, else what is wrong. For tests and debug builds.
