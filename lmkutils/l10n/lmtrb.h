@@ -37,9 +37,9 @@ class LMK_API Lmtrb : public CommonAllocated, public RefCounted {
   // Reads `in` to its end; `fileName` serves in messages only. Line ends must arrive as "\n": open the file
   // in text mode, or filter it. Throws du::LocalizerError:
   //   Duplicate tag "TAG".       a tag occurs twice among the entries with the key "value"
-  //   No recognizable content.   a line without "." or without "=" (the stream is then in the failed state),
-  //   a
-  //                              stream that cannot be read to its end, or no entry with the key "value"
+  //   No recognizable content.   a line without "." or without "=" (the stream is then in the failed
+  //                              state), a stream that cannot be read to its end, or no entry with the
+  //                              key "value"
   // and std::bad_alloc when memory is exhausted or a text has 2 GiB or more. A last line without a line feed
   // is no entry; a value with a NUL byte ends there.
   Lmtrb(std::istream& in, const std::string& fileName, PseudoLocalizeOption option);

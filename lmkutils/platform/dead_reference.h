@@ -8,8 +8,8 @@
 
 namespace dp {
 
-/// Thrown by the accessor of a process-wide object after that object's destruction. Its text is
-/// "Dead Reference Detected".
+// Thrown by the accessor of a process-wide object after that object's destruction. Its text is
+// "Dead Reference Detected".
 class LMK_API DeadReference : public std::runtime_error {
  public:
   DeadReference();

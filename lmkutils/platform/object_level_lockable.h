@@ -6,12 +6,12 @@
 
 namespace dp {
 
-/// Base class whose objects carry a SpinLock (spin count 500) of their own. `T` is a pointer to the derived
-/// class and only makes the types distinct: `class Queue : public dp::ObjectLevelLockable<Queue*>`.
+// Base class whose objects carry a SpinLock (spin count 500) of their own. `T` is a pointer to the derived
+// class and only makes the types distinct: `class Queue : public dp::ObjectLevelLockable<Queue*>`.
 template <class T>
 class ObjectLevelLockable {
  public:
-  /// Holds the object's lock for a scope. An exception out of the unlock ends the process.
+  // Holds the object's lock for a scope. An exception out of the unlock ends the process.
   class Guard {
    public:
     explicit Guard(const ObjectLevelLockable& object) noexcept : lock_(object.lock_) { lock_.Lock(); }

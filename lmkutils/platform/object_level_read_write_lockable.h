@@ -6,15 +6,15 @@
 
 namespace dp {
 
-/// Base class whose objects carry a ReadWriteLock of their own. `T` is a pointer to the derived class and
-/// only makes the types distinct.
+// Base class whose objects carry a ReadWriteLock of their own. `T` is a pointer to the derived class and
+// only makes the types distinct.
 template <class T>
 class ObjectLevelReadWriteLockable {
  public:
-  /// Holds the object's lock for reading for a scope. An exception out of the unlock ends the process.
+  // Holds the object's lock for reading for a scope. An exception out of the unlock ends the process.
   class ReadGuard {
    public:
-    /// Throws what ReadWriteLock::ReadLock throws.
+    // Throws what ReadWriteLock::ReadLock throws.
     explicit ReadGuard(const ObjectLevelReadWriteLockable& object) : lock_(object.lock_) { lock_.ReadLock(); }
     ~ReadGuard() { lock_.ReadUnlock(); }
     ReadGuard(const ReadGuard&) = delete;
@@ -24,10 +24,10 @@ class ObjectLevelReadWriteLockable {
     ReadWriteLock& lock_;
   };
 
-  /// Holds the object's lock for writing for a scope. An exception out of the unlock ends the process.
+  // Holds the object's lock for writing for a scope. An exception out of the unlock ends the process.
   class WriteGuard {
    public:
-    /// Throws what ReadWriteLock::WriteLock throws.
+    // Throws what ReadWriteLock::WriteLock throws.
     explicit WriteGuard(const ObjectLevelReadWriteLockable& object) : lock_(object.lock_) {
       lock_.WriteLock();
     }

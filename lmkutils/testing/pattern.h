@@ -9,7 +9,7 @@
 
 namespace lmktest {
 
-/// The whole text is of the form `pattern` (ECMAScript grammar).
+// The whole text is of the form `pattern` (ECMAScript grammar).
 MATCHER_P(IsOfForm, pattern, std::string("is of the form ") + pattern) {
   return std::regex_match(std::string(arg), std::regex(pattern));
 }

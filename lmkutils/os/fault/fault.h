@@ -1,8 +1,8 @@
 // Control of the fault face: what the functions of the seam that it stands in front of shall do next. For
 // tests.
 //
-//   os::fault::Arming noMemory(os::fault::Call::kHeapAllocate, {.first = 3});  // the third call from now
-//   fails
+//   // The third call from now fails.
+//   os::fault::Arming noMemory(os::fault::Call::kHeapAllocate, {.first = 3});
 //
 // One counter a kind of call; arming sets it back to 0. Any thread may call anything here.
 #ifndef LMKUTILS_OS_FAULT_FAULT_H

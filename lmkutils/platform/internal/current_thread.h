@@ -8,10 +8,10 @@ class Thread;
 
 namespace internal {
 
-/// Null where SetCurrentThread has not set anything else.
+// Null where SetCurrentThread has not set anything else.
 Thread* CurrentThread() noexcept;
 
-/// Does nothing when the system has no more thread-local keys.
+// Does nothing when the system has no more thread-local keys.
 void SetCurrentThread(Thread* thread) noexcept;
 
 }  // namespace internal

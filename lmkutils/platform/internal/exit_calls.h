@@ -10,7 +10,7 @@
 
 namespace dp::internal {
 
-/// An at-exit tracker with a lock of its own. What is scheduled and never runs is dropped with it.
+// An at-exit tracker with a lock of its own. What is scheduled and never runs is dropped with it.
 class ThreadLifeTimeTracker : public ObjectLevelLockable<ThreadLifeTimeTracker*> {
  public:
   ThreadLifeTimeTracker() = default;
@@ -26,8 +26,8 @@ class ThreadLifeTimeTracker : public ObjectLevelLockable<ThreadLifeTimeTracker*>
     CancelAtExitCall(tracker_, function);
   }
 
-  /// Takes the call whose turn it is; the caller makes it, since it may wait for a thread that needs the
-  /// lock.
+  // Takes the call whose turn it is; the caller makes it, since it may wait for a thread that needs the
+  // lock.
   std::optional<AtExitFunction> Take() noexcept {
     const Guard guard(*this);
     return TakeBack(tracker_);

@@ -8,18 +8,18 @@
 
 namespace dp::internal {
 
-/// Constant-initialised, created on first use (spin count 500), never destroyed: usable before the first
-/// static constructor and after the last static destructor.
+// Constant-initialised, created on first use (spin count 500), never destroyed: usable before the first
+// static constructor and after the last static destructor.
 class LazySpinLock {
  public:
   constexpr LazySpinLock() noexcept = default;
   LazySpinLock(const LazySpinLock&) = delete;
   LazySpinLock& operator=(const LazySpinLock&) = delete;
 
-  /// Throws std::bad_alloc when it cannot be created; never after it has once succeeded.
+  // Throws std::bad_alloc when it cannot be created; never after it has once succeeded.
   SpinLock& Get() { return InstalledLock(slot_); }
 
-  void Lock() { Get().Lock(); }  ///< throws as Get
+  void Lock() { Get().Lock(); }  // throws as Get
   [[nodiscard]] bool TryLock() { return Get().TryLock(); }
   void Unlock() noexcept { slot_.load(std::memory_order_relaxed)->Unlock(); }
 

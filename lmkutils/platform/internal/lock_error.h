@@ -4,8 +4,8 @@
 
 namespace dp::internal {
 
-/// Throws std::runtime_error. The texts are part of the interface. Nothing is traced: tracing might take the
-/// very lock that fails. Out of line, so that the locks' fast ways stay short.
+// Throws std::runtime_error. The texts are part of the interface. Nothing is traced: tracing might take the
+// very lock that fails. Out of line, so that the locks' fast ways stay short.
 [[noreturn]] void ThrowLockError(const char* text);
 
 }  // namespace dp::internal

@@ -6,15 +6,15 @@
 
 namespace dp::internal {
 
-/// Who holds the lock and who waits, packed into one word so that each step is a single compare-and-swap:
-/// three counts of threads, 18 bits each (more than a process can have), the writer's flag, and above them a
-/// few bits that the policy carries along untouched: which of the lock's own records are claimed, see
-/// HolderRecords.
+// Who holds the lock and who waits, packed into one word so that each step is a single compare-and-swap:
+// three counts of threads, 18 bits each (more than a process can have), the writer's flag, and above them a
+// few bits that the policy carries along untouched: which of the lock's own records are claimed, see
+// HolderRecords.
 class ReadWriteState {
  public:
   using Word = std::uint64_t;
 
-  /// What the thread that made a step has to do next, in this order.
+  // What the thread that made a step has to do next, in this order.
   struct Step {
     Word next;
     bool wakeWriter = false;        // one unit to the writers' gate
@@ -33,7 +33,7 @@ class ReadWriteState {
   static constexpr bool MayRead(Word word) noexcept { return (word & (kWriter | kWaitingWriters)) == 0; }
   static constexpr bool MayWrite(Word word) noexcept { return (word & (kWriter | kActiveReaders)) == 0; }
 
-  /// Nobody waits for a lock that nobody holds, and only writers keep readers waiting.
+  // Nobody waits for a lock that nobody holds, and only writers keep readers waiting.
   static constexpr bool IsConsistent(Word word) noexcept {
     return (WaitingWriters(word) == 0 || !MayWrite(word)) && (WaitingReaders(word) == 0 || !MayRead(word)) &&
            !(WriterActive(word) && ActiveReaders(word) != 0);
@@ -43,7 +43,7 @@ class ReadWriteState {
     return MayRead(word) ? Step{.next = word + kReader} : Step{.next = word + kWaitingReader, .wait = true};
   }
 
-  /// The last reader hands the lock to a waiting writer.
+  // The last reader hands the lock to a waiting writer.
   static constexpr Step EndRead(Word word) noexcept {
     if (WaitingWriters(word) != 0 && ActiveReaders(word) == 1) {
       return {.next = word - kReader - kWaitingWriter + kWriter, .wakeWriter = true};
@@ -51,15 +51,15 @@ class ReadWriteState {
     return {.next = word - kReader};
   }
 
-  /// A caller that reads gives up its place among the readers first.
+  // A caller that reads gives up its place among the readers first.
   static constexpr Step BeginWrite(Word word, bool reads) noexcept {
     const Word without = reads ? word - kReader : word;
     return MayWrite(without) ? Step{.next = without + kWriter}
                              : Step{.next = without + kWaitingWriter, .wait = true};
   }
 
-  /// The next writer is preferred, even to the caller that goes on reading; else all readers come in
-  /// together.
+  // The next writer is preferred, even to the caller that goes on reading; else all readers come in
+  // together.
   static constexpr Step EndWrite(Word word, bool reads) noexcept {
     if (WaitingWriters(word) != 0) {
       return {

@@ -4,7 +4,7 @@
 
 namespace dp::internal {
 
-/// For anything with Lock() and Unlock(). An exception out of Unlock ends the process.
+// For anything with Lock() and Unlock(). An exception out of Unlock ends the process.
 template <class L>
 class [[nodiscard]] ScopedLock {
  public:

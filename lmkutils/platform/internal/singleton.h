@@ -9,7 +9,7 @@
 
 namespace dp::internal {
 
-/// What a singleton is made of, whatever its type. Constant-initialised; all operations from any thread.
+// What a singleton is made of, whatever its type. Constant-initialised; all operations from any thread.
 class SingletonCore {
  public:
   struct Operations {
@@ -27,15 +27,15 @@ class SingletonCore {
   void* Existing() const noexcept { return object_.load(std::memory_order_acquire); }
   bool IsDestroyed() const noexcept { return destroyed_.load(std::memory_order_acquire); }
 
-  /// The slow way of Instance: null after the end. Throws std::bad_alloc, std::logic_error when `create`
-  /// comes back here on the same thread, and what the operations throw; then nothing remains of the attempt
-  /// and the next one may succeed.
+  // The slow way of Instance: null after the end. Throws std::bad_alloc, std::logic_error when `create`
+  // comes back here on the same thread, and what the operations throw; then nothing remains of the attempt
+  // and the next one may succeed.
   void* Create(const Operations& operations);
 
   [[noreturn]] static void ThrowDeadReference();
 
-  /// Takes no lock, so that it cannot meet a thread that creates a singleton. The object is out of reach
-  /// before its destructor begins: what that one calls must not be handed a half-dead object.
+  // Takes no lock, so that it cannot meet a thread that creates a singleton. The object is out of reach
+  // before its destructor begins: what that one calls must not be handed a half-dead object.
   void Teardown(const Operations& operations) noexcept;
 
  private:
@@ -45,20 +45,20 @@ class SingletonCore {
   LazySpinLock lock_;
 };
 
-/// `Traits`, a type of the class's own source file, since the state exists once only if the template is
-/// instantiated in one module:
-///   using Object
-///   static void Prepare()                       touches, holding no lock, the singletons that Create needs
-///   static Object* Create()
-///   static void Destroy(Object*) noexcept
-///   static unsigned Longevity() noexcept
+// `Traits`, a type of the class's own source file, since the state exists once only if the template is
+// instantiated in one module:
+//   using Object
+//   static void Prepare()                       touches, holding no lock, the singletons that Create needs
+//   static Object* Create()
+//   static void Destroy(Object*) noexcept
+//   static unsigned Longevity() noexcept
 template <class Traits>
 class Singleton {
  public:
   using Object = typename Traits::Object;
 
-  /// Creates on first use. Throws DeadReference after the object's end, and what SingletonCore::Create
-  /// throws.
+  // Creates on first use. Throws DeadReference after the object's end, and what SingletonCore::Create
+  // throws.
   static Object& Instance() {
     void* object = core_.Existing();
     if (object == nullptr) object = core_.Create(MakeOperations());
@@ -66,8 +66,8 @@ class Singleton {
     return *static_cast<Object*>(object);
   }
 
-  /// As Instance, but null where that throws. After the end no exception is made: the end of a process may
-  /// have taken the means to catch one.
+  // As Instance, but null where that throws. After the end no exception is made: the end of a process may
+  // have taken the means to catch one.
   static Object* InstanceOrNull() noexcept {
     if (Object* const object = Existing()) return object;
     try {
@@ -77,7 +77,7 @@ class Singleton {
     }
   }
 
-  /// Null before the first use and after the end; never creates.
+  // Null before the first use and after the end; never creates.
   static Object* Existing() noexcept { return static_cast<Object*>(core_.Existing()); }
 
   static bool IsDestroyed() noexcept { return core_.IsDestroyed(); }

@@ -8,8 +8,8 @@
 
 namespace dp::internal {
 
-/// Removes the last record and returns its function, null when that was cancelled; nothing when there is no
-/// record.
+// Removes the last record and returns its function, null when that was cancelled; nothing when there is no
+// record.
 std::optional<AtExitFunction> TakeBack(TrackerStackImpl& tracker) noexcept;
 
 }  // namespace dp::internal

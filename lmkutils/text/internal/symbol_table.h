@@ -25,9 +25,9 @@ namespace du::internal {
 //   dropped    a drop brought the count to 0 after announcing the entry in a release slot
 //   pending    [lock] the dropper put it on the list of those to free, unless it was in use again by then
 //   revived    [lock] interning its text found it with count 0: off the list, in use again
-//   freed      [lock] the 64th pending entry sweeps the list: whatever no release slot announces leaves the
-//   index;
-//              its block is freed without the lock, after the look-ups that may still be reading it
+//   freed      [lock] the 64th pending entry sweeps the list: whatever no release slot announces leaves
+//              the index; its block is freed without the lock, after the look-ups that may still be
+//              reading it
 // So a count of 0 rises only under the lock, and what the lock's holder sees at 0 stays dead while it holds
 // on.
 //
