@@ -24,6 +24,7 @@ enum class Call : unsigned {
   kHeapReallocate,
   kMutexAcquire,
   kMutexRelease,
+  kOtherThreadsKilled,  // "fails" by answering that they were
   kSemaphoreSignal,
   kSemaphoreWait,
   kThreadStart,

@@ -12,6 +12,7 @@
 #define MutexRelease RealMutexRelease
 #define MutexTryAcquire RealMutexTryAcquire
 #define OpenForAppending RealOpenForAppending
+#define OtherThreadsKilled RealOtherThreadsKilled
 #define ReadCounter RealReadCounter
 #define SemaphoreSignal RealSemaphoreSignal
 #define SemaphoreWait RealSemaphoreWait

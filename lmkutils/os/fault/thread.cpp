@@ -4,6 +4,7 @@
 
 namespace os {
 
+bool RealOtherThreadsKilled() noexcept;
 SystemError RealThreadStart(const ThreadRequest& request, Thread** thread) noexcept;
 
 SystemError ThreadStart(const ThreadRequest& request, Thread** thread) noexcept {
@@ -11,6 +12,10 @@ SystemError ThreadStart(const ThreadRequest& request, Thread** thread) noexcept 
   if (!verdict.fail) return RealThreadStart(request, thread);
   *thread = nullptr;
   return verdict.error;
+}
+
+bool OtherThreadsKilled() noexcept {
+  return fault::Consult(fault::Call::kOtherThreadsKilled).fail || RealOtherThreadsKilled();
 }
 
 }  // namespace os

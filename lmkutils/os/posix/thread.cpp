@@ -151,4 +151,8 @@ void YieldThread() noexcept {
   sched_yield();
 }
 
+bool OtherThreadsKilled() noexcept {
+  return false;
+}
+
 }  // namespace os

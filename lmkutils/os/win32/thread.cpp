@@ -1,5 +1,6 @@
 #include "lmkutils/os/thread.h"
 
+#include <atomic>
 #include <iterator>
 #include <new>
 
@@ -102,6 +103,21 @@ std::uintptr_t CurrentThreadToken() noexcept {
 
 void YieldThread() noexcept {
   SwitchToThread();
+}
+
+bool OtherThreadsKilled() noexcept {
+  using Question = BOOLEAN(WINAPI*)();
+  // Not by the guard of a local static: a killed thread might hold that.
+  static constinit std::atomic<Question> known{nullptr};
+  Question question = known.load(std::memory_order_relaxed);
+  if (question == nullptr) {
+    const HMODULE ntdll = GetModuleHandleW(L"ntdll.dll");
+    const FARPROC found = ntdll ? GetProcAddress(ntdll, "RtlDllShutdownInProgress") : nullptr;
+    if (found == nullptr) return false;
+    question = reinterpret_cast<Question>(reinterpret_cast<void*>(found));
+    known.store(question, std::memory_order_relaxed);
+  }
+  return question() != FALSE;
 }
 
 }  // namespace os

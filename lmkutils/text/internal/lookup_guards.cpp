@@ -3,6 +3,8 @@
 #include <chrono>
 #include <thread>
 
+#include "lmkutils/os/thread.h"
+
 namespace du::internal {
 
 bool LookupGuards::Await(unsigned milliseconds) const noexcept {
@@ -20,7 +22,7 @@ bool LookupGuards::Await(unsigned milliseconds) const noexcept {
         std::this_thread::yield();
         continue;
       }
-      if (slept == milliseconds) return false;
+      if (slept == milliseconds || os::OtherThreadsKilled()) return false;
       std::this_thread::sleep_for(std::chrono::milliseconds(1));
       if (milliseconds != kNoLimit) ++slept;
     }

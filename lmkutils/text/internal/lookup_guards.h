@@ -39,7 +39,7 @@ class LookupGuards {
   };
 
   // Waits for the look-ups that are under way, not for later ones; must not be called inside one. At most
-  // about so many milliseconds: false when one was still there then.
+  // about so many milliseconds: false when one was still there then, or belongs to a thread that is no more.
   static constexpr unsigned kNoLimit = 0xFFFFFFFFu;
   bool Await(unsigned milliseconds = kNoLimit) const noexcept;
 

@@ -11,8 +11,8 @@
 
 #include "lmkutils/memory/common_allocator.h"
 #include "lmkutils/os/capabilities.h"
+#include "lmkutils/os/thread.h"
 #include "lmkutils/platform/dead_reference.h"
-#include "lmkutils/platform/internal/scoped_lock.h"
 #include "lmkutils/text/hash_sizing.h"
 #include "lmkutils/text/internal/lasting_symbol.h"
 #include "lmkutils/text/internal/text_hash.h"
@@ -20,8 +20,6 @@
 
 namespace du::internal {
 namespace {
-
-using Guard = dp::internal::ScopedLock<dp::internal::LazySpinLock>;
 
 // Of the described record: count, length, text and NUL; 64-bit targets keep 8 bytes more.
 static_assert(sizeof(SymbolEntry) == (sizeof(void*) == 4 ? 8 : 16));
@@ -47,6 +45,35 @@ void FreeEntry(const char* text) noexcept {
 
 }  // namespace
 
+// The table's lock for a scope; not entered when the table is closed or the lock belongs to a killed thread.
+class [[nodiscard]] SymbolTable::Section {
+ public:
+  explicit Section(SymbolTable& table) noexcept : lock_(table.lock_), locked_(Lock()) {
+    entered_ = locked_ && !table.closed_.load(std::memory_order_relaxed);
+  }
+  ~Section() {
+    if (locked_) lock_.Unlock();
+  }
+  Section(const Section&) = delete;
+  Section& operator=(const Section&) = delete;
+  [[nodiscard]] bool Entered() const noexcept { return entered_; }
+  void ThrowUnlessEntered() const {
+    if (!entered_) throw dp::DeadReference();
+  }
+
+ private:
+  [[nodiscard]] bool Lock() noexcept {
+    if (lock_.TryLock()) return true;
+    if (os::OtherThreadsKilled()) return false;
+    lock_.Lock();
+    return true;
+  }
+
+  dp::internal::LazySpinLock& lock_;
+  const bool locked_;
+  bool entered_;
+};
+
 void SymbolTable::EntryDeleter::operator()(const char* text) const noexcept {
   FreeEntry(text);
 }
@@ -70,8 +97,8 @@ const char* SymbolTable::Intern(const char* text, std::size_t length) {
   bool isNew = false;
   if (const char* present = InternInUse(hash, text, length, isNew)) return present;
   if (!isNew) {
-    const Guard guard(lock_);
-    ThrowIfClosed();
+    const Section section(*this);
+    section.ThrowUnlessEntered();
     if (const char* present = InternKnown(hash, text, length)) return present;
   }
   return InternNew(hash, text, length);
@@ -85,8 +112,8 @@ const char* SymbolTable::Find(const char* text, std::size_t length) noexcept {
       if (const char* present = index_.load()->Find(hash, text, length)) return present;
     }
   }
-  const Guard guard(lock_);  // it may just have been moving
-  if (closed_.load(std::memory_order_relaxed)) return nullptr;
+  const Section section(*this);  // it may just have been moving
+  if (!section.Entered()) return nullptr;
   return index_.load(std::memory_order_relaxed)->Find(hash, text, length);
 }
 
@@ -128,8 +155,8 @@ const char* SymbolTable::InternNew(std::uint32_t hash, const char* text, std::si
   while (result == nullptr) {
     unsigned needed = 0;
     {
-      const Guard guard(lock_);
-      ThrowIfClosed();
+      const Section section(*this);
+      section.ThrowUnlessEntered();
       if (const char* present = InternKnown(hash, text, length)) return present;
       SymbolIndex* index = index_.load(std::memory_order_relaxed);
       needed = BucketsForOneMore();
@@ -149,7 +176,7 @@ const char* SymbolTable::InternNew(std::uint32_t hash, const char* text, std::si
     }
     if (result == nullptr) other = SymbolIndex::Create(needed);
   }
-  if (other != nullptr) guards_.Await();
+  if (other != nullptr && !guards_.Await()) static_cast<void>(other.release());
   assert(other == nullptr || FindFault() == nullptr);
   return result;
 }
@@ -171,24 +198,21 @@ unsigned SymbolTable::BucketsForOneMore() const noexcept {
   return items <= present ? present : std::max(present, HashNextPrime(items));
 }
 
-void SymbolTable::ThrowIfClosed() const {
-  if (closed_.load(std::memory_order_relaxed)) throw dp::DeadReference();
-}
-
 void SymbolTable::Release(const char* text) noexcept {
-  std::atomic<const char*>& slot = ClaimReleaseSlot(text);
+  std::atomic<const char*>* const slot = ClaimReleaseSlot(text);
+  if (slot == nullptr) return;
   // Claiming and this reading are sequentially consistent, as are the closing's writing and its look at the
   // slots: either we see the end, or the end sees us and waits.
   if (closed_.load() || CountOf(text).fetch_sub(1, std::memory_order_acq_rel) != 1) {
-    slot.store(nullptr, std::memory_order_release);
+    slot->store(nullptr, std::memory_order_release);
     return;
   }
   Swept swept;
   {
-    const Guard guard(lock_);
+    const Section section(*this);
     // From here on the lock protects the entry from other sweeps; ours must not find our own announcement.
-    slot.store(nullptr, std::memory_order_release);
-    if (closed_.load(std::memory_order_relaxed)) return;
+    slot->store(nullptr, std::memory_order_release);
+    if (!section.Entered()) return;
     if (CountOf(text).load(std::memory_order_acquire) == 0) {
       pending_[pendingCount_++] = text;
       if (pendingCount_ == kPendingLimit) Sweep(swept);
@@ -197,13 +221,18 @@ void SymbolTable::Release(const char* text) noexcept {
   Free(swept);
 }
 
-std::atomic<const char*>& SymbolTable::ClaimReleaseSlot(const char* text) noexcept {
-  for (std::size_t i = LookupGuards::Hint(kReleaseSlots);; i = (i + 1) % kReleaseSlots) {
-    const char* expected = nullptr;
-    if (releaseSlots_[i].load(std::memory_order_relaxed) == nullptr &&
-        releaseSlots_[i].compare_exchange_strong(expected, text)) {
-      return releaseSlots_[i];
+std::atomic<const char*>* SymbolTable::ClaimReleaseSlot(const char* text) noexcept {
+  const std::size_t first = LookupGuards::Hint(kReleaseSlots);
+  for (;;) {
+    for (std::size_t i = 0; i < kReleaseSlots; ++i) {
+      std::atomic<const char*>& slot = releaseSlots_[(first + i) % kReleaseSlots];
+      const char* expected = nullptr;
+      if (slot.load(std::memory_order_relaxed) == nullptr && slot.compare_exchange_strong(expected, text)) {
+        return &slot;
+      }
     }
+    if (os::OtherThreadsKilled()) return nullptr;
+    os::YieldThread();
   }
 }
 
@@ -243,8 +272,7 @@ void SymbolTable::Sweep(Swept& swept) noexcept {
 }
 
 void SymbolTable::Free(const Swept& swept) noexcept {
-  if (swept.count == 0) return;
-  guards_.Await();
+  if (swept.count == 0 || !guards_.Await()) return;
   for (unsigned i = 0; i < swept.count; ++i) FreeEntry(swept.texts[i]);
 }
 
@@ -287,8 +315,8 @@ bool SymbolTable::UseBuckets(Use use) {
   for (;;) {
     unsigned buckets = 0;
     {
-      const Guard guard(lock_);
-      if (closed_.load(std::memory_order_relaxed)) return false;
+      const Section section(*this);
+      if (!section.Entered()) return false;
       buckets = index_.load(std::memory_order_relaxed)->Buckets();
       if (buckets == room.size()) {
         use(room);

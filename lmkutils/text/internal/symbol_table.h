@@ -37,6 +37,10 @@ namespace du::internal {
 //
 // The lock is a leaf: nothing is allocated, freed, traced or interned while it is held. Storage comes from
 // the common allocator (entries) and the run-time heap (index).
+//
+// Where the end of the process kills the other threads, one of them may have had the lock, a release slot or
+// a look-up guard. Nothing waits for those: making symbols then fails as after the end, drops are not made,
+// and what a look-up might still read is left to the system.
 class SymbolTable : public CommonAllocated {
  public:
   static constexpr unsigned kReleaseSlots = 32;
@@ -74,8 +78,9 @@ class SymbolTable : public CommonAllocated {
   // Null when the structure is in order, else what is wrong. For tests and debug builds.
   [[nodiscard]] const char* FindFault();
 
-  // The first step of Release, on its own for tests: the slot is the caller's until it is set to null.
-  std::atomic<const char*>& ClaimReleaseSlot(const char* text) noexcept;
+  // The first step of Release, on its own for tests: the slot is the caller's until it is set to null. Null
+  // when all belong to killed threads.
+  std::atomic<const char*>* ClaimReleaseSlot(const char* text) noexcept;
 
  private:
   struct EntryDeleter {
@@ -89,13 +94,14 @@ class SymbolTable : public CommonAllocated {
     unsigned count = 0;
   };
 
+  class Section;
+
   static EntryOwner MakeEntry(const char* text, std::size_t length);
 
   const char* InternInUse(std::uint32_t hash, const char* text, std::size_t length, bool& isNew) noexcept;
   const char* InternKnown(std::uint32_t hash, const char* text, std::size_t length) noexcept;
   const char* InternNew(std::uint32_t hash, const char* text, std::size_t length);
   unsigned BucketsForOneMore() const noexcept;
-  void ThrowIfClosed() const;
   void RemovePending(const char* text) noexcept;
   void Sweep(Swept& swept) noexcept;
   void Free(const Swept& swept) noexcept;

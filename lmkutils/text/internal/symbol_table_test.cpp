@@ -1,6 +1,7 @@
 #include "lmkutils/text/internal/symbol_table.h"
 
 #include <array>
+#include <future>
 #include <map>
 #include <memory>
 #include <random>
@@ -93,7 +94,7 @@ TEST_F(SymbolTableTest, TheSixtyFourthDropSweepsAllButTheRevived) {
 
 TEST_F(SymbolTableTest, WhatAnotherThreadIsReleasingSurvivesTheSweep) {
   const char* const announced = Intern("announced");
-  std::atomic<const char*>& slot = table->ClaimReleaseSlot(announced);
+  std::atomic<const char*>& slot = *table->ClaimReleaseSlot(announced);
   table->Release(announced);
   for (int i = 0; i < 63; ++i) table->Release(Intern("text " + std::to_string(i)));
   EXPECT_EQ(1u, Items());
@@ -110,7 +111,7 @@ TEST_F(SymbolTableTest, ReleasesWaitForASlotWhenAllAreTaken) {
   const char* const held = Intern("held");
   const char* const other = Intern("other");
   std::array<std::atomic<const char*>*, SymbolTable::kReleaseSlots> slots;
-  for (auto& slot : slots) slot = &table->ClaimReleaseSlot(held);
+  for (auto& slot : slots) slot = table->ClaimReleaseSlot(held);
   std::thread releaser([&] { table->Release(other); });
   std::this_thread::sleep_for(std::chrono::milliseconds(5));
   EXPECT_EQ(1u, SymbolEntry::Of(other).count.load());
@@ -172,11 +173,65 @@ TEST_F(SymbolTableTest, ClosedTableRefusesNewTextsAndIgnoresReleases) {
 
 TEST_F(SymbolTableTest, ClosingLeavesTheStorageToAThreadThatStaysInside) {
   const char* const text = Intern("still read");
-  std::atomic<const char*>& slot = table->ClaimReleaseSlot(text);
+  std::atomic<const char*>& slot = *table->ClaimReleaseSlot(text);
   table->Close();
   EXPECT_STREQ("still read", text);
   slot.store(nullptr);
   table->Close();
+}
+
+// Another thread holds the lock for ever, and all slots belong to threads that are no more.
+TEST_F(SymbolTableTest, NothingWaitsForKilledThreads) {
+  const char* const text = Intern("in use");
+  std::promise<void> locked, done;
+  std::thread holder([&] {
+    lock.Lock();
+    locked.set_value();
+    done.get_future().wait();
+    lock.Unlock();
+  });
+  locked.get_future().wait();
+  {
+    const os::fault::Arming killed(os::fault::Call::kOtherThreadsKilled, {.count = os::fault::kForEver});
+    EXPECT_EQ(text, Intern("in use"));  // without the lock
+    EXPECT_THROW(Intern("new"), dp::DeadReference);
+    EXPECT_THROW(table->CollectStatistics(), dp::DeadReference);
+    EXPECT_EQ(nullptr, table->Find("new", 3));
+    table->Release(text);
+    table->Release(text);  // the last one
+    for (unsigned i = 0; i < SymbolTable::kReleaseSlots; ++i)
+      EXPECT_NE(nullptr, table->ClaimReleaseSlot(text));
+    EXPECT_EQ(nullptr, table->ClaimReleaseSlot(text));
+    table->Release(text);
+  }
+  done.set_value();
+  holder.join();
+  EXPECT_EQ(text, Intern("in use"));
+  ExpectSound();
+  table->ForgetOtherThreads();
+}
+
+// As in a child process; a slot that stayed taken would keep its text from every sweep.
+TEST_F(SymbolTableTest, ForgetsTheSlotsOfOtherThreads) {
+  const char* const text = Intern("announced");
+  for (unsigned i = 0; i < SymbolTable::kReleaseSlots; ++i) table->ClaimReleaseSlot(text);
+  table->ForgetOtherThreads();
+  table->Release(text);
+  for (int i = 0; i < 63; ++i) table->Release(Intern("text " + std::to_string(i)));
+  EXPECT_EQ(0u, Items());
+}
+
+TEST(LookupGuards, AreNotAwaitedFromThreadsThatAreNoMore) {
+  du::internal::LookupGuards guards;
+  const du::internal::LookupGuards::Scope inside(guards);
+  ASSERT_TRUE(inside.Entered());
+  EXPECT_FALSE(guards.Await(2));
+  {
+    const os::fault::Arming killed(os::fault::Call::kOtherThreadsKilled, {.count = os::fault::kForEver});
+    EXPECT_FALSE(guards.Await());
+  }
+  guards.ForgetAll();
+  EXPECT_TRUE(guards.Await());
 }
 
 TEST_F(SymbolTableTest, KnowsItsName) {
