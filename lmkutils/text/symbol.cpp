@@ -173,15 +173,9 @@ void Symbol::Read(std::istream& stream) {
 
 void Symbol::DumpStats() {
   // The figures are collected first and traced without the table's lock: the trace's own parts use symbols.
-  try {
-    static const dp::LMTracer tracer("du", "Symbol");
-    for (const std::string& line :
-         internal::FormatStatistics(internal::Table::Instance().CollectStatistics())) {
-      tracer("%s", line.c_str());
-    }
-  } catch (...) {
-    // No memory, or the end of the process: a report is not worth an exception.
-  }
+  const auto lines = internal::FormatStatistics(internal::Table::Instance().CollectStatistics());
+  static const dp::LMTracer tracer("du", "Symbol");
+  for (const std::string& line : lines) tracer("%s", line.c_str());
 }
 
 unsigned GetLongevity(Symbol*) noexcept {

@@ -180,7 +180,7 @@ class LMK_API Symbol {
   void Read(std::istream& stream);
 
   // Reports the table's figures and the use of its buckets through the tracer "du" "Symbol", at its default
-  // type. Never throws.
+  // type. Throws std::bad_alloc when memory is exhausted, dp::DeadReference after the table's end.
   static void DumpStats();
 
  private:
