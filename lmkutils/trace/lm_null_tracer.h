@@ -4,6 +4,8 @@
 
 #include <ios>
 #include <ostream>
+#include <string>
+#include <vector>
 
 #include "lmkutils/trace/trace_formatter.h"
 
@@ -32,6 +34,8 @@ class LMNullTracer {
   void operator()(const char*, const Args&...) const noexcept {}
   template <class... Args>
   void operator()(TraceType, const char*, const Args&...) const noexcept {}
+  void operator()(const std::vector<std::string>&) const noexcept {}
+  void operator()(TraceType, const std::vector<std::string>&) const noexcept {}
   NullFormatter operator()(TraceType) const noexcept { return {}; }
   NullFormatter operator()(unsigned int) const noexcept { return {}; }
   NullFormatter operator()() const noexcept { return {}; }

@@ -9,6 +9,7 @@
 
 #include "lmkutils/testing/trace_recorder.h"
 #include "lmkutils/trace/internal/environment_consumer.h"
+#include "lmkutils/trace/lm_debug_tracer.h"
 #include "lmkutils/trace/lm_trace_controller.h"
 #include "lmkutils/trace/lm_tracer.h"
 #include "lmkutils/trace/trace_consumer.h"
@@ -136,6 +137,7 @@ TEST(TraceController, WhatAConsumerTracesIsDroppedAndCounted) {
   TraceConsumer* own = nullptr;
   own = Add(calls, [&own](const TraceFormatter& record) {
     kTracer("from within");
+    dp::LMDebugTracer("test", "NoMask")(1U, "asks for its mask from within");
     TraceFormatter copy(record);
     copy << " again";
     EXPECT_FALSE(Controller().RemoveConsumer(own));

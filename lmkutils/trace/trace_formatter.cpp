@@ -181,26 +181,12 @@ void TraceFormatter::AppendText(std::string_view text) noexcept {
 }
 
 void TraceFormatter::AppendSigned(long long value) noexcept {
-  if (stream_ != nullptr) {
-    try {
-      stream_->Get() << value;
-    } catch (...) {
-    }
-    return;
-  }
   std::array<char, 24> digits;
   const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), value);
   AppendText(std::string_view(digits.data(), static_cast<std::size_t>(end.ptr - digits.data())));
 }
 
 void TraceFormatter::AppendUnsigned(unsigned long long value) noexcept {
-  if (stream_ != nullptr) {
-    try {
-      stream_->Get() << value;
-    } catch (...) {
-    }
-    return;
-  }
   std::array<char, 24> digits;
   const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), value);
   AppendText(std::string_view(digits.data(), static_cast<std::size_t>(end.ptr - digits.data())));

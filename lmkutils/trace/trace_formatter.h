@@ -90,13 +90,11 @@ class LMK_API TraceFormatter {
       AppendText(std::string_view(value));
     } else if constexpr (std::is_same_v<T, char>) {
       AppendText(std::string_view(&value, 1));
-    } else if constexpr (kIsNumber<T>) {
-      if constexpr (std::is_signed_v<T>) {
-        AppendSigned(value);
-      } else {
-        AppendUnsigned(value);
-      }
     } else {
+      if constexpr (kIsNumber<T>) {
+        if (stream_ == nullptr) return AppendNumber(value);
+      }
+      // With a stream its base, width and sign count, and so does the number's own size: -1 in hexadecimal.
       try {
         Stream() << value;
       } catch (...) {
@@ -124,6 +122,15 @@ class LMK_API TraceFormatter {
       std::is_same_v<T, long long> || std::is_same_v<T, unsigned short> || std::is_same_v<T, unsigned> ||
       std::is_same_v<T, unsigned long> || std::is_same_v<T, unsigned long long>;
 
+  template <class T>
+  TraceFormatter& AppendNumber(T value) noexcept {
+    if constexpr (std::is_signed_v<T>) {
+      AppendSigned(value);
+    } else {
+      AppendUnsigned(value);
+    }
+    return *this;
+  }
   std::ostream& Stream();
   void AppendText(const char* text) noexcept;
   void AppendText(std::string_view text) noexcept;

@@ -73,10 +73,11 @@ TEST(TraceFormatter, InsertsWhatAStreamTakes) {
                           << true << 1.5 << Point{3, 4} << "after" << 5;
   tracer(TraceType::Error) << std::hex << 255 << std::setw(6) << std::setfill('.') << "ab" << std::endl
                            << 16U;
+  tracer(TraceType::Info) << std::hex << -1 << ' ' << short{-2} << ' ' << 255UL;
   tracer(TraceType::Info) << "";
   static_cast<std::ostream&>(*std::make_unique<TraceFormatter>(tracer(TraceType::Info))) << "as a stream";
-  EXPECT_THAT(recorder.TakeTexts(),
-              ElementsAre("text viewbuf(null)1-2311.53/4after5", "ff....ab\n10", "", "as a stream"));
+  EXPECT_THAT(recorder.TakeTexts(), ElementsAre("text viewbuf(null)1-2311.53/4after5", "ff....ab\n10",
+                                                "ffffffff fffe ff", "", "as a stream"));
 }
 
 TEST(TraceFormatter, NumbersAreClassicAndFailedInsertionsEndThere) {
@@ -214,6 +215,8 @@ TEST(LMNullTracer, TakesTheSameCalls) {
   tracer(1U, "%s", "x");
   tracer("%s", "x");
   tracer(TraceType::Info, "%s", "x");
+  tracer({"a", "1"});
+  tracer(TraceType::Info, {"a", "1"});
   tracer(1U) << "x" << 1 << Touchy() << std::endl << std::hex;
   tracer() << "x";
   EXPECT_THAT(recorder.Take(), IsEmpty());
