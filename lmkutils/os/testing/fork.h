@@ -5,7 +5,7 @@
 namespace os::testing {
 
 inline constexpr int kForkCrashed = -1;
-inline constexpr int kForkUnknown = -2;  // processes do not fork on this target
+inline constexpr int kForkUnknown = -2;  // processes do not fork on this target, or not in this build
 
 // Runs `child` in a copy of this process that has the calling thread alone, and ends the copy with its
 // result, without exit calls. Waits for that.
