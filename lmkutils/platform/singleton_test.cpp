@@ -109,6 +109,43 @@ TEST(Singleton, EndsCleanlyUnderThreadsThatStillRun) {
   }
 }
 
+// Waits in its destructor for a thread that creates another one.
+struct Patient {
+  struct Traits {
+    using Object = Patient;
+    static void Prepare() {}
+    static Object* Create() { return new Patient; }
+    static void Destroy(Object* object) noexcept { delete object; }
+    static unsigned Longevity() noexcept { return 2; }
+  };
+
+  Patient()
+      : other_([this] {
+          lmktest::WaitUntil([this] { return ending_.load(); });
+          Late::Only::Instance();
+        }) {}
+  ~Patient() {
+    ending_ = true;
+    other_.join();
+  }
+
+ private:
+  std::atomic<bool> ending_{false};
+  std::thread other_;
+};
+
+const lmktest::ChildRole kCreateWhileEnding("create_singleton_while_ending",
+                                            [](const std::vector<std::string>&) {
+                                              Singleton<Patient::Traits>::Instance();
+                                              return 0;
+                                            });
+
+TEST(Singleton, MayWaitAtItsEndForAThreadThatCreatesAnother) {
+  const auto child = lmktest::RunSelf("create_singleton_while_ending");
+  EXPECT_EQ(child.exitCode, 0) << child.err;
+  EXPECT_FALSE(child.crashed || child.timedOut);
+}
+
 // A singleton whose creation can be told to fail.
 struct Fragile {
   struct Traits {

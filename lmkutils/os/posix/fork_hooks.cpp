@@ -51,8 +51,10 @@ bool AddForkHooks(ForkRank rank, const ForkHooks& hooks) noexcept {
   // thread.
   static constinit std::atomic<bool> isKnown{false};
   if (isKnown.exchange(true)) return true;
-  return pthread_atfork(
-             Before, [] { After(&ForkHooks::inParent); }, [] { After(&ForkHooks::inChild); }) == 0;
+  const int error = pthread_atfork(
+      Before, [] { After(&ForkHooks::inParent); }, [] { After(&ForkHooks::inChild); });
+  if (error != 0) isKnown.store(false);  // the next call tries again
+  return error == 0;
 }
 
 }  // namespace os

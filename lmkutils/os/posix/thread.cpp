@@ -55,10 +55,14 @@ constexpr std::size_t kSmallestStack = 64 * 1024;
 // Of trivial type and part of the initial set of thread-local storage: reading it is a single load.
 [[gnu::tls_model("initial-exec")]] thread_local std::uint32_t cachedId;
 
-// The calling thread's number is the only thing that fork changes about it.
+// The calling thread's number is the only thing that fork changes about it. No static that is initialised at
+// run time: a child made meanwhile would wait for its initialiser's thread. Threads that come here at once
+// register more than one hook, which does no harm.
 void ForgetCachedIdInChild() noexcept {
-  static const int registered = pthread_atfork(nullptr, nullptr, [] { cachedId = 0; });
-  static_cast<void>(registered);
+  static constinit std::atomic<bool> isRegistered{false};
+  if (isRegistered.load(std::memory_order_relaxed)) return;
+  pthread_atfork(nullptr, nullptr, [] { cachedId = 0; });
+  isRegistered.store(true, std::memory_order_relaxed);
 }
 
 void* RunThread(void* argument) noexcept {

@@ -2,35 +2,45 @@
 
 #include <cstdlib>
 #include <new>
+#include <optional>
 
 #include "lmkutils/os/capabilities.h"
 #include "lmkutils/platform/internal/scoped_lock.h"
+#include "lmkutils/platform/internal/take_back.h"
 
 namespace dp::internal {
 namespace {
 
 constinit GlobalTracker tracker;
 
+// Held during each exit call, so that they come one by one even if two threads end the process at once. Not
+// the tracker's own lock: a call may wait for a thread that is about to schedule another one.
+constinit LazySpinLock exitCallLock;
+
 // Where the end of the process has killed all other threads, one of them may have held the lock: whoever
-// waits there waits for ever. Elsewhere the holder still runs and lets go.
-bool LockForTeardown() {
-  if (os::GetCapabilities().exitKillsThreads) return tracker.lock.TryLock();
-  tracker.lock.Lock();
+// waits there waits for ever. Elsewhere the holder still runs and lets go. Both locks exist since Schedule.
+bool LockForTeardown(LazySpinLock& lock) noexcept {
+  if (os::GetCapabilities().exitKillsThreads) return lock.TryLock();
+  lock.Lock();
   return true;
 }
 
+std::optional<AtExitFunction> TakeNext() noexcept {
+  if (!LockForTeardown(tracker.lock)) return std::nullopt;
+  const std::optional<AtExitFunction> function = TakeBack(tracker.stack);
+  tracker.lock.Unlock();
+  return function;
+}
+
 // Called by the run-time library: nothing may be thrown through it.
-void PopOne() {
+void PopOne() noexcept {
+  if (!LockForTeardown(exitCallLock)) return;
   try {
-    if (!LockForTeardown()) return;
-  } catch (...) {
-    return;
-  }
-  try {
-    PopBack(tracker.stack);
+    const std::optional<AtExitFunction> function = TakeNext();
+    if (function && *function != nullptr) (*function)();
   } catch (...) {  // an exit call's own failure; nobody is left to hear of it
   }
-  tracker.lock.Unlock();
+  exitCallLock.Unlock();
 }
 
 }  // namespace
@@ -42,6 +52,7 @@ GlobalTracker& GetGlobalTracker() noexcept {
 // The handler comes first: without it the record would be one too many, and a handler too many pops nothing.
 void GlobalTracker::Schedule(unsigned longevity, AtExitFunction function, void (*publish)(void*) noexcept,
                              void* argument) {
+  exitCallLock.Get();
   const ScopedLock guard(lock);
   if (std::atexit(PopOne) != 0) throw std::bad_alloc();
   ScheduleAtExitCall(stack, longevity, function);
