@@ -9,6 +9,7 @@
 
 #include <gmock/gmock.h>
 
+#include "lmkutils/os/fault/capabilities.h"
 #include "lmkutils/os/fault/fault.h"
 #include "lmkutils/platform/dead_reference.h"
 #include "lmkutils/platform/internal/global_tracker.h"
@@ -144,6 +145,22 @@ TEST(Singleton, MayWaitAtItsEndForAThreadThatCreatesAnother) {
   const auto child = lmktest::RunSelf("create_singleton_while_ending");
   EXPECT_EQ(child.exitCode, 0) << child.err;
   EXPECT_FALSE(child.crashed || child.timedOut);
+}
+
+const lmktest::ChildRole kEndInsideLock("end_inside_tracker_lock", [](const std::vector<std::string>&) {
+  static os::Capabilities facts = os::GetCapabilities();
+  facts.exitKillsThreads = true;
+  static const os::fault::PretendCapabilities pretended(facts);  // goes after the exit calls
+  Early::Only::Instance();
+  lmktest::OnOtherThread([] { dp::internal::GetGlobalTracker().lock.Lock(); });
+  return 0;
+});
+
+TEST(Singleton, IsLeftToTheSystemWhenADeadThreadHoldsTheTracker) {
+  const auto child = lmktest::RunSelf("end_inside_tracker_lock");
+  EXPECT_EQ(child.exitCode, 0) << child.err;
+  EXPECT_FALSE(child.crashed || child.timedOut);
+  EXPECT_EQ(child.out, "");
 }
 
 // A singleton whose creation can be told to fail.

@@ -2,9 +2,9 @@
 
 namespace os {
 
-std::uint32_t CommandLineArguments(std::vector<std::string>& out) noexcept {
+SystemError CommandLineArguments(std::vector<std::string>& out) noexcept {
   out.clear();
-  return 0;
+  return kSuccess;
 }
 
 void UseUtf8Console() noexcept {}

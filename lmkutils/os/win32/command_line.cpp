@@ -18,7 +18,7 @@ struct LocalCloser {
 
 }  // namespace
 
-std::uint32_t CommandLineArguments(std::vector<std::string>& out) noexcept {
+SystemError CommandLineArguments(std::vector<std::string>& out) noexcept {
   out.clear();
   int count = 0;
   const std::unique_ptr<wchar_t*, LocalCloser> arguments(CommandLineToArgvW(GetCommandLineW(), &count));
@@ -26,15 +26,15 @@ std::uint32_t CommandLineArguments(std::vector<std::string>& out) noexcept {
   try {
     for (int i = 0; i < count; ++i) {
       std::string& argument = out.emplace_back();
-      if (const std::uint32_t error = win32::Narrow(arguments.get()[i], argument)) {
+      if (const SystemError error = win32::Narrow(arguments.get()[i], argument)) {
         out.clear();
         return error;
       }
     }
-    return 0;
+    return kSuccess;
   } catch (const std::exception&) {
     out.clear();
-    return ERROR_NOT_ENOUGH_MEMORY;
+    return kErrorNotEnoughMemory;
   }
 }
 
