@@ -16,4 +16,6 @@ void HeapFree(void* block) noexcept {
   std::free(block);
 }
 
+void PreferLargePages(void*, std::size_t) noexcept {}
+
 }  // namespace os

@@ -37,6 +37,7 @@ SymbolIndex::Owner SymbolIndex::Create(unsigned buckets) {
   if (bytes > std::numeric_limits<std::size_t>::max()) throw std::bad_alloc();
   void* const block = os::HeapAllocate(static_cast<std::size_t>(bytes));
   if (block == nullptr) throw std::bad_alloc();
+  os::PreferLargePages(block, static_cast<std::size_t>(bytes));
   void* const storage = static_cast<char*>(block) + sizeof(SymbolIndex);
   return Owner(::new (block) SymbolIndex(buckets, static_cast<std::size_t>(slots), storage));
 }
