@@ -7,8 +7,8 @@ namespace du::internal {
 namespace {
 
 constexpr std::size_t kBlockSize = 32768;
-constexpr std::size_t kLarge =
-    kBlockSize / 8;  // gets a block of its own, so that little of a shared one is lost
+// What is larger gets a block of its own, so that little of a shared one is lost.
+constexpr std::size_t kLarge = kBlockSize / 8;
 
 static_assert(__STDCPP_DEFAULT_NEW_ALIGNMENT__ >= Arena::kAlignment);
 

@@ -97,8 +97,8 @@ bool EntryReader::Split(char* lineEnd, Line& line) {
   char* const dot = FindByte(tag, end, '.');
   char* const equals = dot != nullptr ? FindByte(dot + 1, end, '=') : nullptr;
   char* const tagEnd = dot != nullptr ? dot : end;
-  const bool nulInTag =
-      hasNul_ && FindByte(tag, tagEnd, '\0') != nullptr;  // the tag index knows the bytes 1 to 255
+  // The tag index knows the bytes 1 to 255.
+  const bool nulInTag = hasNul_ && FindByte(tag, tagEnd, '\0') != nullptr;
   if (nulInTag || (equals == nullptr && lineEnd != nullptr)) {
     Refuse();
     return false;

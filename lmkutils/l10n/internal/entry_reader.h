@@ -45,8 +45,8 @@ class EntryReader {
   bool exhausted_ = false;  // the stream gives no more,
   bool atEnd_ = false;      // ... since its end was reached
   bool hasNul_ = false;     // there was a NUL byte, somewhere
-  bool syntaxError_ =
-      false;  // kept apart from the stream's state, which cannot tell it from the end of the input
+  // Kept apart from the stream's state, which cannot tell it from the end of the input.
+  bool syntaxError_ = false;
 };
 
 }  // namespace du::internal

@@ -12,8 +12,8 @@ namespace du::internal {
 // Tags in ascending order of their bytes as unsigned numbers.
 struct SortedTags {
   std::vector<std::int32_t> order;  // the tags' numbers; those of equal tags ascend
-  std::vector<std::uint32_t>
-      shared;  // by place in the order: the bytes in common with the tag before; 0 for the first
+  // By place in the order: the bytes in common with the tag before; 0 for the first.
+  std::vector<std::uint32_t> shared;
 };
 
 // The tags hold no NUL bytes and are shorter than 2^31 bytes.
