@@ -13,6 +13,21 @@ void UseHelpText(CLI::App& app, const Resources& resources, const char* tag) {
   });
 }
 
+// Takes away what stands behind TAG of "strings show FILE TAG ARG..." before options are looked for, since an
+// argument may look like one: "-5", "--help".
+std::vector<std::string> TakeMessageArguments(std::vector<std::string>& arguments) {
+  constexpr std::size_t kFile = 3;
+  if (arguments.size() <= kFile || arguments[1] != "strings" || arguments[2] != "show") return {};
+  const bool isMarked = arguments[kFile] == "--";  // FILE and TAG may begin with "-" behind it
+  const std::size_t end = kFile + (isMarked ? 3 : 2);
+  if (arguments.size() <= end) return {};
+  if (!isMarked && (arguments[kFile].starts_with('-') || arguments[kFile + 1].starts_with('-'))) return {};
+  const auto first = arguments.begin() + static_cast<std::ptrdiff_t>(end);
+  std::vector<std::string> taken(first, arguments.end());
+  arguments.erase(first, arguments.end());
+  return taken;
+}
+
 class Parser {
  public:
   Parser(const Resources& resources, Options& options) : resources_(resources), options_(options) {
@@ -27,13 +42,12 @@ class Parser {
   }
 
   // As ParseOptions.
-  bool Parse(const std::vector<std::string>& arguments, std::string& error) {
+  bool Parse(std::vector<std::string> arguments, std::string& error) {
+    options_.args = TakeMessageArguments(arguments);
     std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
     if (!reversed.empty()) reversed.pop_back();
     try {
       app_.parse(reversed);
-      const std::vector<std::string> rest = show_->remaining();
-      options_.args.insert(options_.args.end(), rest.begin(), rest.end());
       return true;
     } catch (const CLI::CallForVersion& version) {
       options_.text = std::string(version.what()) + "\n";
@@ -54,8 +68,6 @@ class Parser {
     UseHelpText(*show_, resources_, "HELP_SHOW");
     show_->add_option("FILE", options_.file)->required();
     show_->add_option("TAG", options_.tag)->required();
-    show_->add_option("ARG", options_.args);
-    show_->prefix_command();  // what looks like an option is an argument of the message: "-5"
     show_->callback([this] { options_.command = Command::kShow; });
   }
   void AddList() {
