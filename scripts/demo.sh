@@ -22,11 +22,12 @@ tool=build/linux/bin/lmkutil
 trace=$(mktemp -d)
 trap 'rm -rf "$trace"' EXIT
 export LUMORA_TRACE_FORMAT=json TRACKING_ID=demo
+echo "The tool below is $tool; its messages go through symbols, tables and the tracer of the library."
 
 title() { printf '\n\033[1m%s\033[0m\n' "$1"; }
 run() {   # run NAME ARGUMENT...: shows the command, runs it with a trace of its own
   local name=$1; shift
-  printf '$ lmkutil'; printf ' %q' "$@"; echo
+  printf '$ %slmkutil' "${LUMORA_LANG:+LUMORA_LANG=$LUMORA_LANG }"; printf ' %q' "$@"; echo
   LUMORA_TRACE="$trace/$name.json" "$tool" "$@" || echo "(exit status $?)"
 }
 [ -t 1 ] || title() { printf '\n%s\n' "$1"; }
@@ -38,11 +39,10 @@ done
 
 title "The tool speaks them too, and one that shows what is not translated"
 for language in en de fr ja pseudo; do
-  printf 'LUMORA_LANG=%s ' "$language"
   LUMORA_LANG=$language run "unknown-$language" strings show share/lumora/en/lmkutil.lmtrb NO_SUCH_TAG 2>&1
 done
 
-title "The first messages of the file"
+title "Some messages of the file"
 run list strings list share/lumora/en/lmkutil.lmtrb | grep -v '^HELP' | head -n 8
 
 title "The tool's own texts, checked"

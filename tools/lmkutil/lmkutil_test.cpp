@@ -97,10 +97,10 @@ TEST_F(LmkutilTest, FailuresAreOneLineThatSaysWhatToDo) {
       {{"strings", "show", file, "B"},
        1,
        "there is no message \"B\" in \"" + file + "\"; \"lmkutil strings list " + file +
-           "\" shows those that there are"},
+           "\" shows the ones it has"},
       {{"strings", "show", file, "A", "x"},
        1,
-       "the message \"A\" takes this many arguments: 3, not 1; give as many"},
+       "wrong number of arguments for the message \"A\": 1 instead of 3"},
       {{"strings", "show", missing, "A"},
        1,
        "cannot read \"" + missing + "\"; check the path and the permissions"},
@@ -210,7 +210,7 @@ TEST_F(LmkutilTest, ReportsAsCompilersDo) {
   const ChildResult result = RunTool({"strings", "check", file});
   EXPECT_EQ(1, result.exitCode);
   EXPECT_EQ(file +
-                ":2:1: error: the tag \"A\" is in line 1 already, and the whole file is rejected; rename or "
+                ":2:1: error: the tag \"A\" is in line 1 already, so the whole file is rejected; rename or "
                 "remove one of the two\n" +
                 file + ":3:9: warning: the message \"B\" is empty; write its text, or remove the line\n" +
                 "Files: 1, messages: 2, errors: 1, warnings: 1\n",
@@ -224,9 +224,10 @@ TEST_F(LmkutilTest, ComparesLanguages) {
   const ChildResult result = RunTool({"strings", "check", english, german});
   EXPECT_EQ(1, result.exitCode);
   EXPECT_EQ(german + ":4:1: error: the message \"B\" is missing; translate it from " + english + ":2\n" +
-                german + ":4:9: error: placeholders none, but {0} in " + english + ":1; use the same ones\n" +
-                german + ":5:1: warning: the message \"D\" is not in " + english +
-                "; remove it, or add it there\n" + "Files: 2, messages: 6, errors: 2, warnings: 1\n",
+                german + ":4:9: error: placeholders here: none; in " + english +
+                ":1: {0}; use the same ones\n" + german + ":5:1: warning: the message \"D\" is not in " +
+                english + "; remove it, or add it there\n" +
+                "Files: 2, messages: 6, errors: 2, warnings: 1\n",
             result.out);
 }
 
