@@ -25,7 +25,7 @@ void FindMissing(const StringFile& reference, StringFile& file) {
     const auto found = messages.find(wanted.tag);
     if (found != messages.end()) {
       line = found->second->line;
-    } else {
+    } else if (!file.lost.contains(wanted.tag)) {
       file.findings.push_back(
           {line, 1, Severity::kError, "MISSING", {wanted.tag, reference.path, std::to_string(wanted.line)}});
     }
@@ -37,6 +37,7 @@ void FindDifferent(const StringFile& reference, StringFile& file) {
   for (const Message& message : file.messages) {
     const auto found = wanted.find(message.tag);
     if (found == wanted.end()) {
+      if (reference.lost.contains(message.tag)) continue;
       file.findings.push_back(
           {message.line, 1, Severity::kWarning, "SURPLUS", {message.tag, reference.path}});
     } else if (found->second->arguments != message.arguments) {

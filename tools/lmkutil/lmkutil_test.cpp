@@ -72,9 +72,9 @@ TEST_F(LmkutilTest, ShowsMessages) {
     Texts arguments;
     const char* out;
   };
-  for (const Case& c :
-       {Case{{"A"}, "plain\ntext\n"}, Case{{"B", "ä日", "x y"}, "<x y|ä日>\n"},
-        Case{{"B", "-5", "--json"}, "<--json|-5>\n"}, Case{{"B", "", "{0}\\n"}, "<{0}\\n|>\n"}}) {
+  for (const Case& c : {Case{{"A"}, "plain\ntext\n"}, Case{{"B", "ä日", "x y"}, "<x y|ä日>\n"},
+                        Case{{"B", "-5", "--json"}, "<--json|-5>\n"}, Case{{"B", "-h", "--"}, "<--|-h>\n"},
+                        Case{{"B", "--", "x"}, "<x|-->\n"}, Case{{"B", "", "{0}\\n"}, "<{0}\\n|>\n"}}) {
     Texts arguments{"strings", "show", file};
     arguments.insert(arguments.end(), c.arguments.begin(), c.arguments.end());
     const ChildResult result = RunTool(arguments);
@@ -120,6 +120,9 @@ TEST_F(LmkutilTest, FailuresAreOneLineThatSaysWhatToDo) {
       {{"strings", "check", "--xml", file},
        2,
        "\"--xml\" is not understood; see \"lmkutil strings check --help\""},
+      {{"strings", "show", "--json", file, "A", "x"},
+       2,
+       "\"--json\" is not understood; see \"lmkutil strings show --help\""},
       {{"sing"}, 2, "\"sing\" is not understood; see \"lmkutil --help\""},
   };
   for (const Case& c : cases) {
@@ -182,6 +185,7 @@ TEST_F(LmkutilTest, ChecksLines) {
       {"A.value={0 }{\n", {"1:9 error UNFINISHED", "1:13 warning NOT_PLACEHOLDER"}},
       {"A.value={99999999999}\n", {"1:9 error HUGE_NUMBER"}},
       {"\xEFzzA.value=x\n", {"1:1 error BROKEN_BOM"}},
+      {"\xEF\n\n\nA\n", {"1:1 error BROKEN_BOM", "1:1 error NO_MESSAGE", "4:1 error NO_DOT"}},
       {"\xFF\xFE"
        "A\0",
        {"1:1 error UTF16"}},
@@ -229,6 +233,28 @@ TEST_F(LmkutilTest, ComparesLanguages) {
                 english + "; remove it, or add it there\n" +
                 "Files: 2, messages: 6, errors: 2, warnings: 1\n",
             result.out);
+}
+
+TEST_F(LmkutilTest, LineThatIsLostIsNotReportedAsMissingOrSurplusToo) {
+  const std::string english = folder_.Write("en.lmtrb", "A.value=a\nB.Value=b\nC.value=c\n");
+  const std::string german = folder_.Write("de.lmtrb", "A.valeu=a\nB.value=b\nC.value=c");
+  const ChildResult result = RunTool({"strings", "check", "--json", english, german});
+  EXPECT_THAT(Findings(result.out),
+              ElementsAre("2:3 error MISSPELT_KEY", "1:3 error MISSPELT_KEY", "3:10 error LOST_MESSAGE"));
+}
+
+TEST_F(LmkutilTest, LongLineWithManyFindingsIsReadOnce) {
+  std::string line = "A.value=";  // minutes, if each column were counted from the line's beginning
+  for (int i = 0; i < 500'000; ++i) line += "ä\x01";
+  const Texts findings = Check(line + "\n", 0);
+  ASSERT_EQ(500'000U, findings.size());
+  EXPECT_EQ("1:1000008 warning CONTROL", findings.back());
+}
+
+TEST_F(LmkutilTest, ControlCharactersDoNotReachTheTerminal) {
+  const ChildResult result =
+      RunTool({"strings", "check", folder_.Write("a.lmtrb", "A.\x1B[31m=x\nA.value=\n")});
+  EXPECT_THAT(result.out, HasSubstr("unknown key \"\\x1B[31m\""));
 }
 
 TEST_F(LmkutilTest, OwnTextsAreCleanInEveryLanguage) {

@@ -118,10 +118,9 @@ std::vector<TextFault> LintText(std::string_view text, std::set<long>& arguments
   return TextLinter(text, arguments).Run();
 }
 
-std::size_t ColumnOf(std::string_view line, std::size_t offset) {
-  const auto end = line.begin() + static_cast<std::ptrdiff_t>(std::min(offset, line.size()));
-  return 1 + static_cast<std::size_t>(
-                 std::count_if(line.begin(), end, [](char c) { return !IsContinuation(c); }));
+std::size_t CharacterCount(std::string_view text) {
+  return static_cast<std::size_t>(
+      std::count_if(text.begin(), text.end(), [](char c) { return !IsContinuation(c); }));
 }
 
 std::string HexByte(char byte) {

@@ -22,8 +22,8 @@ struct TextFault {
 // The faults of a text as it stands in the file; adds the numbers of its placeholders to `arguments`.
 std::vector<TextFault> LintText(std::string_view text, std::set<long>& arguments);
 
-// The column, in characters from 1, of a byte of a line.
-std::size_t ColumnOf(std::string_view line, std::size_t offset);
+// How many characters begin in a piece of UTF-8.
+std::size_t CharacterCount(std::string_view text);
 
 std::string HexByte(char byte);  // "0A"
 

@@ -7,11 +7,21 @@
 namespace lmkutil {
 namespace {
 
+// Bytes of a file that is not what it should be, harmless for a terminal: control characters as "\x1B".
+std::string Printable(const std::string& text) {
+  std::string printable;
+  for (const char c : du::RepairUtf8(text)) {
+    const bool isControl = static_cast<unsigned char>(c) < 0x20 || c == 0x7F;
+    printable += isControl ? "\\x" + HexByte(c) : std::string(1, c);
+  }
+  return printable;
+}
+
 std::string Explanation(const Finding& finding, const Resources& resources) {
   std::vector<std::string> args = finding.args;
   for (std::string& arg : args) {
     if (arg.empty() && std::string_view(finding.tag) == "DIFFERENT") arg = resources.Text("NO_PLACEHOLDERS");
-    arg = du::RepairUtf8(arg);
+    arg = Printable(arg);
   }
   return resources.Text(finding.tag, args);
 }

@@ -63,7 +63,7 @@ class Reader {
     while (!bytes_.empty()) ReadLine();
     if (file_.messages.empty()) {
       lineNumber_ = 1;
-      line_ = {};
+      SetLine({});
       Add(0, Severity::kError, "NO_MESSAGE");
     }
     std::stable_sort(file_.findings.begin(), file_.findings.end(), IsBefore);
@@ -74,19 +74,35 @@ class Reader {
   void SkipByteOrderMark() {
     if (!bytes_.starts_with(kBom[0])) return;
     if (!bytes_.starts_with(kBom)) Add(0, Severity::kError, "BROKEN_BOM");
-    bytes_.remove_prefix(std::min(bytes_.size(), kBom.size()));
+    const std::string_view mark = bytes_.substr(0, kBom.size());
+    lineNumber_ += static_cast<std::size_t>(std::count(mark.begin(), mark.end(), '\n'));
+    bytes_.remove_prefix(mark.size());
   }
 
   // A finding at a byte of the current line.
   void Add(std::size_t offset, Severity severity, const char* tag, std::vector<std::string> args = {}) {
     file_.findings.push_back(
-        {std::max<std::size_t>(lineNumber_, 1), ColumnOf(line_, offset), severity, tag, std::move(args)});
+        {std::max<std::size_t>(lineNumber_, 1), ColumnOf(offset), severity, tag, std::move(args)});
+  }
+
+  // The column of a byte of the current line. A line of megabytes may have a finding at every other byte,
+  // from left to right: counts on from the last one.
+  std::size_t ColumnOf(std::size_t offset) {
+    if (offset < counted_) counted_ = characters_ = 0;
+    characters_ += CharacterCount(line_.substr(counted_, offset - counted_));
+    counted_ = offset;
+    return characters_ + 1;
+  }
+
+  void SetLine(std::string_view line) {
+    line_ = line;
+    counted_ = characters_ = 0;
   }
 
   void ReadLine() {
     const std::size_t end = bytes_.find('\n');
     hasLineFeed_ = end != bytes_.npos;
-    line_ = bytes_.substr(0, end);
+    SetLine(bytes_.substr(0, end));
     bytes_.remove_prefix(hasLineFeed_ ? end + 1 : bytes_.size());
     ++lineNumber_;
     if (line_.ends_with('\r')) line_.remove_suffix(1);
@@ -119,6 +135,7 @@ class Reader {
     if (key == kStoredKey) return true;
     if (LooksLikeValue(key)) {
       Add(offset, Severity::kError, "MISSPELT_KEY", {std::string(key), tag});
+      file_.lost.insert(tag);
     } else if (key != "comment" && key != "note") {
       Add(offset, Severity::kError, "UNKNOWN_KEY", {std::string(key)});
     }
@@ -128,12 +145,13 @@ class Reader {
   void ReadMessage(const std::string& tag, std::size_t tagOffset, std::size_t valueOffset) {
     if (!hasLineFeed_) {
       Add(line_.size(), Severity::kError, "LOST_MESSAGE", {tag});
+      file_.lost.insert(tag);
     } else if (const auto [first, isNew] = lines_.emplace(tag, lineNumber_); !isNew) {
       Add(tagOffset, Severity::kError, "DUPLICATE", {tag, std::to_string(first->second)});
       return;
     }
     const std::string_view value = line_.substr(valueOffset);
-    Message message{tag, lineNumber_, ColumnOf(line_, valueOffset), {}};
+    Message message{tag, lineNumber_, ColumnOf(valueOffset), {}};
     if (value.empty()) Add(valueOffset, Severity::kWarning, "EMPTY_VALUE", {tag});
     for (TextFault& fault : LintText(value, message.arguments)) {
       Add(valueOffset + fault.offset, fault.severity, fault.tag, std::move(fault.args));
@@ -144,6 +162,8 @@ class Reader {
   std::string_view bytes_;  // what is still to be read
   std::string_view line_;
   std::size_t lineNumber_ = 0;
+  std::size_t counted_ = 0;     // so many bytes of the line
+  std::size_t characters_ = 0;  // ... are so many characters
   bool hasLineFeed_ = false;
   std::map<std::string, std::size_t, std::less<>> lines_;  // of the tags
   StringFile file_;

@@ -35,6 +35,8 @@ struct StringFile {
   std::string path;
   std::vector<Message> messages;  // in file order, without the second of two with the same tag
   std::vector<Finding> findings;  // by line and column
+  // Tags of lines that were meant as messages but are none: a finding of its own says why.
+  std::set<std::string> lost;
 };
 
 // Reads the bytes of a string-resource file more patiently than du::Lmtrb, which stops at the first fault,
