@@ -10,18 +10,10 @@
 
 namespace {
 
+using lmktest::OthersCanTake;
 using os::fault::Arming;
 using os::fault::Call;
 using testing::ThrowsMessage;
-
-bool OthersCanTake(dp::RecursiveLock& lock) {
-  bool taken = false;
-  lmktest::OnOtherThread([&] {
-    taken = lock.TryLock();
-    if (taken) lock.Unlock();
-  });
-  return taken;
-}
 
 void AbandonBy(dp::RecursiveLock& lock, int depth) {
   lmktest::OnOtherThread([&lock, depth] {

@@ -21,17 +21,20 @@ namespace {
 
 using dp::internal::Singleton;
 
-// One for each (name, longevity); says when it comes and goes.
+// Of a class that needs no others.
+template <class Class, unsigned Rank>
+struct PlainTraits {
+  using Object = Class;
+  static void Prepare() {}
+  static Object* Create() { return new Class; }
+  static void Destroy(Object* object) noexcept { delete object; }
+  static unsigned Longevity() noexcept { return Rank; }
+};
+
+// One for each (name, longevity); says when it goes.
 template <char Name, unsigned Rank>
 struct Part {
-  struct Traits {
-    using Object = Part;
-    static void Prepare() {}
-    static Object* Create() { return new Part; }
-    static void Destroy(Object* object) noexcept { delete object; }
-    static unsigned Longevity() noexcept { return Rank; }
-  };
-  using Only = Singleton<Traits>;
+  using Only = Singleton<PlainTraits<Part, Rank>>;
 
   ~Part() {
     const bool hidden =
@@ -111,15 +114,8 @@ TEST(Singleton, EndsCleanlyUnderThreadsThatStillRun) {
 }
 
 // Waits in its destructor for a thread that creates another one.
-struct Patient {
-  struct Traits {
-    using Object = Patient;
-    static void Prepare() {}
-    static Object* Create() { return new Patient; }
-    static void Destroy(Object* object) noexcept { delete object; }
-    static unsigned Longevity() noexcept { return 2; }
-  };
-
+class Patient {
+ public:
   Patient()
       : other_([this] {
           lmktest::WaitUntil([this] { return ending_.load(); });
@@ -137,7 +133,7 @@ struct Patient {
 
 const lmktest::ChildRole kCreateWhileEnding("create_singleton_while_ending",
                                             [](const std::vector<std::string>&) {
-                                              Singleton<Patient::Traits>::Instance();
+                                              Singleton<PlainTraits<Patient, 2>>::Instance();
                                               return 0;
                                             });
 
@@ -210,22 +206,15 @@ TEST(Singleton, AFailedCreationLeavesNothingBehind) {
 }
 
 struct Shared {
-  struct Traits {
-    using Object = Shared;
-    static void Prepare() {}
-    static Object* Create() {
-      ++created;
-      lmktest::GiveOthersTime();
-      return new Shared;
-    }
-    static void Destroy(Object* object) noexcept { delete object; }
-    static unsigned Longevity() noexcept { return 5; }
-  };
+  Shared() {
+    ++created;
+    lmktest::GiveOthersTime();
+  }
   static inline std::atomic<int> created{0};
 };
 
 TEST(Singleton, IsCreatedOnceByManyThreads) {
-  lmktest::OnThreads(8, [](int) { Singleton<Shared::Traits>::Instance(); });
+  lmktest::OnThreads(8, [](int) { Singleton<PlainTraits<Shared, 5>>::Instance(); });
   EXPECT_EQ(Shared::created, 1);
 }
 

@@ -18,14 +18,7 @@
 
 namespace {
 
-bool OthersCanTake(dp::SpinLock& lock) {
-  bool taken = false;
-  lmktest::OnOtherThread([&] {
-    taken = lock.TryLock();
-    if (taken) lock.Unlock();
-  });
-  return taken;
-}
+using lmktest::OthersCanTake;
 
 TEST(SpinLock, IsReentrantAndFreeAfterAsManyUnlocks) {
   for (const int spinCount : {-1, 0, 1, 500}) {

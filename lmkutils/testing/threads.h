@@ -22,6 +22,17 @@ void OnThreads(int count, Body body) {
   for (std::thread& thread : threads) thread.join();
 }
 
+// Whether the lock is free for another thread, which leaves it so.
+template <class Lock>
+bool OthersCanTake(Lock& lock) {
+  bool taken = false;
+  OnOtherThread([&] {
+    taken = lock.TryLock();
+    if (taken) lock.Unlock();
+  });
+  return taken;
+}
+
 // Long enough for a thread that could go on to do so. A test that sleeps this way can miss a fault on a slow
 // machine, but cannot report one that is not there.
 inline void GiveOthersTime() {
