@@ -142,7 +142,7 @@ def cells(area, row):
     if row.allocations is not None:
         goals.append(f"{row.allocations:g} allocations")
     return (row.name,
-            f"{shown(ours)} ±{row.spread:.0%}" if ours is not None else "-",
+            f"{shown(ours)} ±{min(row.spread, 9.99):.0%}" if ours is not None else "-",
             f"{shown(best[1])} {best[0]}" if best else "-",
             f"{best[1] / ours:.2f}" if best and ours else "-",
             f"{shown(floor[1])} {floor[0]}" if floor else "-",
