@@ -2,16 +2,17 @@
 #ifndef LMKUTILS_TESTING_PATTERN_H
 #define LMKUTILS_TESTING_PATTERN_H
 
-#include <regex>
 #include <string>
 
 #include <gmock/gmock.h>
 
 namespace lmktest {
 
-// The whole text is of the form `pattern` (ECMAScript grammar).
+// Whether the whole text is of the form `pattern` (ECMAScript grammar).
+bool MatchesWhole(const std::string& text, const std::string& pattern);
+
 MATCHER_P(IsOfForm, pattern, std::string("is of the form ") + pattern) {
-  return std::regex_match(std::string(arg), std::regex(pattern));
+  return MatchesWhole(std::string(arg), std::string(pattern));
 }
 
 }  // namespace lmktest
