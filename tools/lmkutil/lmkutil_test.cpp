@@ -244,11 +244,11 @@ TEST_F(LmkutilTest, LineThatIsLostIsNotReportedAsMissingOrSurplusToo) {
 }
 
 TEST_F(LmkutilTest, LongLineWithManyFindingsIsReadOnce) {
-  std::string line = "A.value=";  // minutes, if each column were counted from the line's beginning
-  for (int i = 0; i < 500'000; ++i) line += "ä\x01";
+  std::string line = "A.value=";  // takes seconds if each column is counted from the line's beginning
+  for (int i = 0; i < 50'000; ++i) line += "ä\x01";
   const Texts findings = Check(line + "\n", 0);
-  ASSERT_EQ(500'000U, findings.size());
-  EXPECT_EQ("1:1000008 warning CONTROL", findings.back());
+  ASSERT_EQ(50'000U, findings.size());
+  EXPECT_EQ("1:100008 warning CONTROL", findings.back());
 }
 
 TEST_F(LmkutilTest, ControlCharactersDoNotReachTheTerminal) {
