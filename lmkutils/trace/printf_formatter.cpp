@@ -95,7 +95,7 @@ bool PrintfFormatter::ProcessFormatSequence(std::va_list& args) noexcept {
   }
 }
 
-// False, and the specification given up, when it has no room for the character and its end.
+// False, and the conversion given up, when it has no room for the character and its end.
 bool PrintfFormatter::CopyFormatSpecChar(char c) noexcept {
   if (!specFits_ || specLength_ + 1 >= spec_.size()) {
     specLength_ = 0;
@@ -154,8 +154,8 @@ void PrintfFormatter::CopyNumber(int number) noexcept {
   for (const char* digit = digits.data(); digit != end.ptr; ++digit) CopyFormatSpecChar(*digit);
 }
 
-// The digits at the position; no digits are 0. A text of digits longer than the specification's buffer makes
-// the specification one that does not fit.
+// The digits at the position; no digits are 0. A text of digits longer than the buffer makes the
+// conversion one that does not fit.
 int PrintfFormatter::ReadNumber() noexcept {
   int number = 0;
   std::size_t digits = 0;
