@@ -3,6 +3,7 @@
 #define LMKUTILS_LMKUTILS_H
 
 #include "lmkutils/export.h"
+#include "lmkutils/files/byte_order.h"
 #include "lmkutils/files/file_spec.h"
 #include "lmkutils/l10n/lmtrb.h"
 #include "lmkutils/l10n/localizer_error.h"

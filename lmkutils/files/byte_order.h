@@ -1,0 +1,39 @@
+// Numbers with their bytes in reverse order, as files and blocks of the other byte order hold them.
+#ifndef LMKUTILS_FILES_BYTE_ORDER_H
+#define LMKUTILS_FILES_BYTE_ORDER_H
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+namespace du::internal {
+
+constexpr std::uint16_t ByteSwapped(std::uint16_t value) noexcept {
+  return static_cast<std::uint16_t>((value << 8) | (value >> 8));
+}
+constexpr std::uint32_t ByteSwapped(std::uint32_t value) noexcept {
+  return (value << 24) | ((value & 0xFF00u) << 8) | ((value >> 8) & 0xFF00u) | (value >> 24);
+}
+constexpr std::uint64_t ByteSwapped(std::uint64_t value) noexcept {
+  return (std::uint64_t{ByteSwapped(static_cast<std::uint32_t>(value))} << 32) |
+         ByteSwapped(static_cast<std::uint32_t>(value >> 32));
+}
+
+// Copies `count` numbers of the width of Word (std::uint16_t, std::uint32_t or std::uint64_t), the bytes of
+// each reversed. Neither place needs to be aligned; they may be the same, but not overlap otherwise. A float
+// or double goes through here as its bytes: loaded into a register of the x87, a signalling NaN would change.
+template <class Word>
+void CopyByteSwapped(void* target, const void* source, std::size_t count) noexcept {
+  auto* to = static_cast<unsigned char*>(target);
+  const auto* from = static_cast<const unsigned char*>(source);
+  for (; count != 0; --count, to += sizeof(Word), from += sizeof(Word)) {
+    Word word;
+    std::memcpy(&word, from, sizeof(word));
+    word = ByteSwapped(word);
+    std::memcpy(to, &word, sizeof(word));
+  }
+}
+
+}  // namespace du::internal
+
+#endif
