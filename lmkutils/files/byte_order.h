@@ -8,6 +8,9 @@
 
 namespace du::internal {
 
+constexpr std::uint8_t ByteSwapped(std::uint8_t value) noexcept {
+  return value;
+}
 constexpr std::uint16_t ByteSwapped(std::uint16_t value) noexcept {
   return static_cast<std::uint16_t>((value << 8) | (value >> 8));
 }
