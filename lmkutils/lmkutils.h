@@ -4,9 +4,11 @@
 
 #include "lmkutils/export.h"
 #include "lmkutils/files/byte_order.h"
+#include "lmkutils/files/file_handler.h"
 #include "lmkutils/files/file_spec.h"
 #include "lmkutils/files/input_buffer.h"
 #include "lmkutils/files/output_buffer.h"
+#include "lmkutils/files/file_system.h"
 #include "lmkutils/l10n/lmtrb.h"
 #include "lmkutils/l10n/localizer_error.h"
 #include "lmkutils/memory/common_allocated.h"

@@ -9,11 +9,12 @@ struct Capabilities {
   unsigned pageSize;  // bytes
   char separator;     // the one in paths that the system returns
   bool absolutePathsHaveDrive;
-  bool shortPathsKnown;    // 8.3 aliases exist
-  bool traceViewerKnown;   // windows can be found and sent copy-data messages
-  bool consoleOnDemand;    // a process may run without standard streams and open a console
-  bool environmentIsWide;  // names and values of the environment are wide text
-  bool exitKillsThreads;   // exit calls run when all other threads are dead, perhaps inside a lock
+  bool longPathsHavePrefix;  // "\\?\" in front lifts the limit of a path's length
+  bool shortPathsKnown;      // 8.3 aliases exist
+  bool traceViewerKnown;     // windows can be found and sent copy-data messages
+  bool consoleOnDemand;      // a process may run without standard streams and open a console
+  bool environmentIsWide;    // names and values of the environment are wide text
+  bool exitKillsThreads;     // exit calls run when all other threads are dead, perhaps inside a lock
 };
 
 // The facts of this target; the same object at every call.

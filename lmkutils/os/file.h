@@ -17,9 +17,18 @@ enum class File : std::intptr_t { kNone = -1 };
 // read, write and delete it meanwhile; children do not inherit it. On failure *file is kNone.
 SystemError OpenForAppending(const char* path, File* file) noexcept;
 
+// One read call, repeated only when it was interrupted before anything was read. *count is how many bytes
+// came, fewer than `size` also on success; 0 on success is the end of the file.
+SystemError ReadOnce(File file, void* data, std::size_t size, std::size_t* count) noexcept;
+
 // One write call, repeated only when it was interrupted before anything was written. *written is how many
 // bytes were taken, fewer than `size` also on success.
 SystemError WriteOnce(File file, const void* data, std::size_t size, std::size_t* written) noexcept;
+
+enum class SeekFrom { kStart, kCurrent, kEnd };
+// Moves the position of the next read or write, also beyond the end; *position, which may be null, is the new
+// one, from the start. Fails for what has no positions (pipes).
+SystemError SeekFile(File file, std::int64_t offset, SeekFrom from, std::int64_t* position) noexcept;
 
 // The file is gone whatever the result; an error tells that earlier writes may be lost. kNone does nothing.
 SystemError CloseFile(File file) noexcept;

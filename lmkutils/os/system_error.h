@@ -4,6 +4,7 @@
 #define LMKUTILS_OS_SYSTEM_ERROR_H
 
 #include <cstdint>
+#include <string>
 
 namespace os {
 
@@ -39,8 +40,21 @@ inline constexpr SystemError kErrorCantResolveFilename = 1921;  // too many symb
 // The failure of the system call that this thread made last. Only of use directly after that call.
 SystemError LastSystemError() noexcept;
 
+// Leaves a failure behind as a system call would: in errno, and on Windows as the last error too. Where errno
+// means the same already, it stays, since it may say more.
+void SetLastSystemError(SystemError error) noexcept;
+
 // The same meaning for a number of the C run-time's errno; 0 for 0, kErrorGenFailure for one not known here.
 SystemError SystemErrorFromErrno(int errnoValue) noexcept;
+
+// The other way round; EIO for a number not known here.
+int ErrnoFromSystemError(SystemError error) noexcept;
+
+// The run-time library's text for the failure, as strerror gives it.
+std::string RuntimeErrorText(SystemError error);
+
+// The system's own text for the failure, in US English and without a line end; empty when it has none.
+std::string SystemErrorText(SystemError error);
 
 }  // namespace os
 

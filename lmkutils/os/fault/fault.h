@@ -19,6 +19,8 @@ namespace os::fault {
 enum class Call : unsigned {
   kFileClose,
   kFileOpen,
+  kFileRead,
+  kFileSeek,
   kFileWrite,
   kHeapAllocate,
   kHeapReallocate,
@@ -27,6 +29,7 @@ enum class Call : unsigned {
   kOtherThreadsKilled,  // "fails" by answering that they were
   kSemaphoreSignal,
   kSemaphoreWait,
+  kStreamOpen,
   kThreadStart,
   kCount,  // not a kind
 };

@@ -7,6 +7,8 @@
 namespace os {
 
 SystemError RealOpenForAppending(const char* path, File* file) noexcept;
+SystemError RealReadOnce(File file, void* data, std::size_t size, std::size_t* count) noexcept;
+SystemError RealSeekFile(File file, std::int64_t offset, SeekFrom from, std::int64_t* position) noexcept;
 SystemError RealWriteOnce(File file, const void* data, std::size_t size, std::size_t* written) noexcept;
 SystemError RealCloseFile(File file) noexcept;
 
@@ -15,6 +17,20 @@ SystemError OpenForAppending(const char* path, File* file) noexcept {
   if (!verdict.fail) return RealOpenForAppending(path, file);
   *file = File::kNone;
   return verdict.error;
+}
+
+// A failure with error 0 is a short read, without bytes an early end.
+SystemError ReadOnce(File file, void* data, std::size_t size, std::size_t* count) noexcept {
+  const fault::Verdict verdict = fault::Consult(fault::Call::kFileRead);
+  if (!verdict.fail) return RealReadOnce(file, data, size, count);
+  *count = 0;
+  if (verdict.cutTo != 0) RealReadOnce(file, data, std::min(size, verdict.cutTo), count);
+  return verdict.error;
+}
+
+SystemError SeekFile(File file, std::int64_t offset, SeekFrom from, std::int64_t* position) noexcept {
+  const fault::Verdict verdict = fault::Consult(fault::Call::kFileSeek);
+  return verdict.fail ? verdict.error : RealSeekFile(file, offset, from, position);
 }
 
 // A failure with error 0 is a short write.

@@ -5,17 +5,22 @@
 #define LMKUTILS_OS_FAULT_RENAME_H
 
 #define CloseFile RealCloseFile
+#define CloseStream RealCloseStream
 #define CounterFrequency RealCounterFrequency
 #define CurrentDirectory RealCurrentDirectory
 #define GetCapabilities RealGetCapabilities
 #define MutexAcquire RealMutexAcquire
 #define MutexRelease RealMutexRelease
 #define MutexTryAcquire RealMutexTryAcquire
+#define OpenDescriptor RealOpenDescriptor
 #define OpenForAppending RealOpenForAppending
 #define OtherThreadsKilled RealOtherThreadsKilled
 #define ReadCounter RealReadCounter
+#define ReadOnce RealReadOnce
+#define SeekFile RealSeekFile
 #define SemaphoreSignal RealSemaphoreSignal
 #define SemaphoreWait RealSemaphoreWait
+#define StreamOfDescriptor RealStreamOfDescriptor
 #define ThreadStart RealThreadStart
 #define WallSeconds RealWallSeconds
 #define WriteOnce RealWriteOnce

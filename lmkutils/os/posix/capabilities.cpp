@@ -8,6 +8,7 @@ const Capabilities& GetCapabilities() noexcept {
   static const Capabilities capabilities{.pageSize = static_cast<unsigned>(sysconf(_SC_PAGESIZE)),
                                          .separator = '/',
                                          .absolutePathsHaveDrive = false,
+                                         .longPathsHavePrefix = false,
                                          .shortPathsKnown = false,
                                          .traceViewerKnown = false,
                                          .consoleOnDemand = false,

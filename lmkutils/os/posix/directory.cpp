@@ -37,6 +37,11 @@ SystemError CurrentDirectory(std::string& out) noexcept {
   }
 }
 
+SystemError CurrentDirectoryOfDrive(char /*letter*/, std::string& out) noexcept {
+  out.clear();
+  return kErrorNotSupported;
+}
+
 bool IsDirectory(const std::string& path) noexcept {
   if (path.find('\0') != std::string::npos) return false;
   try {

@@ -38,6 +38,17 @@ SystemError OpenForAppending(const char* path, File* file) noexcept {
   }
 }
 
+SystemError ReadOnce(File file, void* data, std::size_t size, std::size_t* count) noexcept {
+  *count = 0;
+  ssize_t result;
+  do {
+    result = read(Descriptor(file), data, std::min<std::size_t>(size, SSIZE_MAX));
+  } while (result < 0 && errno == EINTR);
+  if (result < 0) return LastSystemError();
+  *count = static_cast<std::size_t>(result);
+  return kSuccess;
+}
+
 SystemError WriteOnce(File file, const void* data, std::size_t size, std::size_t* written) noexcept {
   *written = 0;
   ssize_t result;
@@ -46,6 +57,14 @@ SystemError WriteOnce(File file, const void* data, std::size_t size, std::size_t
   } while (result < 0 && errno == EINTR);
   if (result < 0) return SystemErrorFromErrno(errno);
   *written = static_cast<std::size_t>(result);
+  return kSuccess;
+}
+
+SystemError SeekFile(File file, std::int64_t offset, SeekFrom from, std::int64_t* position) noexcept {
+  const int whence = from == SeekFrom::kStart ? SEEK_SET : from == SeekFrom::kCurrent ? SEEK_CUR : SEEK_END;
+  const off_t reached = lseek(Descriptor(file), offset, whence);
+  if (reached < 0) return LastSystemError();
+  if (position != nullptr) *position = reached;
   return kSuccess;
 }
 

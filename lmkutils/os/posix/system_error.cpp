@@ -1,6 +1,7 @@
 #include "lmkutils/os/system_error.h"
 
 #include <cerrno>
+#include <cstring>
 
 namespace os {
 
@@ -26,13 +27,14 @@ SystemError SystemErrorFromErrno(int errnoValue) noexcept {
     case EBADF:
       return kErrorInvalidHandle;
     case ENOMEM:
-    case EAGAIN:
-      return kErrorNotEnoughMemory;  // of pthread_create: no more threads
+      return kErrorNotEnoughMemory;
     case EXDEV:
       return kErrorNotSameDevice;
     case EROFS:
       return kErrorWriteProtect;
     case ETXTBSY:
+    case EBUSY:
+    case EAGAIN:  // of a file that somebody else has locked
       return kErrorSharingViolation;
     case ENOTSUP:
     case ENOSYS:
@@ -49,8 +51,6 @@ SystemError SystemErrorFromErrno(int errnoValue) noexcept {
       return kErrorInvalidName;
     case ENOTEMPTY:
       return kErrorDirNotEmpty;
-    case EBUSY:
-      return kErrorBusy;
     case EEXIST:
       return kErrorAlreadyExists;
     case ENAMETOOLONG:
@@ -62,6 +62,71 @@ SystemError SystemErrorFromErrno(int errnoValue) noexcept {
     default:
       return kErrorGenFailure;
   }
+}
+
+void SetLastSystemError(SystemError error) noexcept {
+  if (SystemErrorFromErrno(errno) != error) errno = ErrnoFromSystemError(error);
+}
+
+int ErrnoFromSystemError(SystemError error) noexcept {
+  switch (error) {
+    case kSuccess:
+      return 0;
+    case kErrorFileNotFound:
+      return ENOENT;
+    case kErrorPathNotFound:
+    case kErrorDirectory:
+      return ENOTDIR;
+    case kErrorTooManyOpenFiles:
+      return EMFILE;
+    case kErrorAccessDenied:
+      return EACCES;
+    case kErrorInvalidHandle:
+      return EBADF;
+    case kErrorNotEnoughMemory:
+      return ENOMEM;
+    case kErrorNotSameDevice:
+      return EXDEV;
+    case kErrorWriteProtect:
+      return EROFS;
+    case kErrorSharingViolation:
+    case kErrorLockViolation:
+    case kErrorBusy:
+      return EBUSY;
+    case kErrorNotSupported:
+      return ENOTSUP;
+    case kErrorInvalidParameter:
+      return EINVAL;
+    case kErrorBrokenPipe:
+      return EPIPE;
+    case kErrorHandleDiskFull:
+    case kErrorDiskFull:
+      return ENOSPC;
+    case kErrorInvalidName:
+      return EILSEQ;
+    case kErrorDirNotEmpty:
+      return ENOTEMPTY;
+    case kErrorFileExists:
+    case kErrorAlreadyExists:
+      return EEXIST;
+    case kErrorFilenameExceedsRange:
+      return ENAMETOOLONG;
+    case kErrorCantResolveFilename:
+      return ELOOP;
+    default:
+      return EIO;
+  }
+}
+
+std::string RuntimeErrorText(SystemError error) {
+  return SystemErrorText(error);
+}
+
+// The texts of this system are those of its run-time library, in English as strerrordesc_np gives them,
+// whatever the locale is.
+std::string SystemErrorText(SystemError error) {
+  const char* const text = strerrordesc_np(ErrnoFromSystemError(error));
+  return text != nullptr ? text : "";
 }
 
 }  // namespace os

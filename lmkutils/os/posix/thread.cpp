@@ -111,7 +111,7 @@ SystemError ThreadStart(const ThreadRequest& request, Thread** thread) noexcept 
   Thread* const created = new (storage) Thread(request);
   if (const int error = CreateWithStack(*created, request.stackSize)) {
     HeapFree(storage);
-    return SystemErrorFromErrno(error);
+    return error == EAGAIN ? kErrorNotEnoughMemory : SystemErrorFromErrno(error);  // no more threads
   }
   *thread = created;
   return kSuccess;

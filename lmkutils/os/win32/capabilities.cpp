@@ -17,6 +17,7 @@ const Capabilities& GetCapabilities() noexcept {
   static const Capabilities capabilities{.pageSize = PageSize(),
                                          .separator = '\\',
                                          .absolutePathsHaveDrive = true,
+                                         .longPathsHavePrefix = true,
                                          .shortPathsKnown = true,
                                          .traceViewerKnown = true,
                                          .consoleOnDemand = true,

@@ -8,14 +8,18 @@
 
 namespace os {
 
-SystemError CurrentDirectory(std::string& out) noexcept {
+namespace {
+
+// The text that a call of the form DWORD(size, buffer) gives: it returns the length without the NUL when the
+// text fits, else the size that is needed with it. Asked again then, since another thread may have changed it
+// meanwhile.
+template <class Call>
+SystemError ReadPath(Call call, std::string& out) noexcept {
   out.clear();
   try {
     std::wstring path(MAX_PATH, L'\0');
     for (;;) {
-      // The length without the NUL when it fits, else the size that is needed with it. Asked again, since
-      // another thread may have moved on meanwhile.
-      const DWORD length = GetCurrentDirectoryW(static_cast<DWORD>(path.size()), path.data());
+      const DWORD length = call(static_cast<DWORD>(path.size()), path.data());
       if (length == 0) return LastSystemError();
       const bool fits = length < path.size();
       path.resize(length);
@@ -24,6 +28,19 @@ SystemError CurrentDirectory(std::string& out) noexcept {
   } catch (const std::exception&) {
     return kErrorNotEnoughMemory;
   }
+}
+
+}  // namespace
+
+SystemError CurrentDirectory(std::string& out) noexcept {
+  return ReadPath([](DWORD size, wchar_t* buffer) { return GetCurrentDirectoryW(size, buffer); }, out);
+}
+
+// "X:" is completed by that drive's own directory, which the run-time keeps in a hidden variable.
+SystemError CurrentDirectoryOfDrive(char letter, std::string& out) noexcept {
+  const wchar_t drive[] = {static_cast<wchar_t>(letter), L':', L'\0'};
+  return ReadPath(
+      [&drive](DWORD size, wchar_t* buffer) { return GetFullPathNameW(drive, size, buffer, nullptr); }, out);
 }
 
 bool IsDirectory(const std::string& path) noexcept {

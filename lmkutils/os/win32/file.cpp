@@ -15,6 +15,11 @@ HANDLE Handle(File file) {
   return reinterpret_cast<HANDLE>(static_cast<std::intptr_t>(file));
 }
 
+// What one call moves at most.
+DWORD PartSize(std::size_t size) {
+  return static_cast<DWORD>(std::min<std::size_t>(size, 0x40000000));
+}
+
 // The form without a limit on its length, of any path; empty when the system cannot complete it. Throws
 // std::bad_alloc.
 std::wstring LongForm(const std::wstring& path) {
@@ -54,13 +59,32 @@ SystemError OpenForAppending(const char* path, File* file) noexcept {
   }
 }
 
+SystemError ReadOnce(File file, void* data, std::size_t size, std::size_t* count) noexcept {
+  DWORD got = 0;
+  const bool done = ReadFile(Handle(file), data, PartSize(size), &got, nullptr) != 0;
+  const SystemError error = done ? kSuccess : GetLastError();
+  *count = got;
+  return error == ERROR_BROKEN_PIPE || error == ERROR_HANDLE_EOF ? kSuccess : error;
+}
+
 SystemError WriteOnce(File file, const void* data, std::size_t size, std::size_t* written) noexcept {
   DWORD count = 0;
-  const auto part = static_cast<DWORD>(std::min<std::size_t>(size, 0x40000000));
-  const bool done = WriteFile(Handle(file), data, part, &count, nullptr) != 0;
+  const bool done = WriteFile(Handle(file), data, PartSize(size), &count, nullptr) != 0;
   const SystemError error = done ? kSuccess : GetLastError();
   *written = count;
   return error;
+}
+
+SystemError SeekFile(File file, std::int64_t offset, SeekFrom from, std::int64_t* position) noexcept {
+  const DWORD method = from == SeekFrom::kStart     ? FILE_BEGIN
+                       : from == SeekFrom::kCurrent ? FILE_CURRENT
+                                                    : FILE_END;
+  LARGE_INTEGER distance;
+  LARGE_INTEGER reached;
+  distance.QuadPart = offset;
+  if (SetFilePointerEx(Handle(file), distance, &reached, method) == 0) return GetLastError();
+  if (position != nullptr) *position = reached.QuadPart;
+  return kSuccess;
 }
 
 SystemError CloseFile(File file) noexcept {
