@@ -8,6 +8,10 @@
 # Every folder lists its files explicitly; nothing is globbed.
 
 find_package(Threads REQUIRED)
+if(WIN32)
+  set(ZLIB_USE_STATIC_LIBS ON)  # no DLL of another maker beside ours
+endif()
+find_package(ZLIB REQUIRED)
 find_path(LMK_UTF8CPP_INCLUDE_DIR utf8.h PATH_SUFFIXES utf8cpp REQUIRED)
 
 if(WIN32)
@@ -57,6 +61,7 @@ foreach(target lmk_objects lmk_os lmk_os_fault)
   lmk_settings(${target})
 endforeach()
 target_compile_definitions(lmk_objects PRIVATE LMK_BUILDING)
+target_link_libraries(lmk_objects PRIVATE ZLIB::ZLIB)
 
 add_library(lmkutils SHARED $<TARGET_OBJECTS:lmk_objects> $<TARGET_OBJECTS:lmk_os>)
 add_library(lmkutils::lmkutils ALIAS lmkutils)
@@ -149,10 +154,10 @@ function(lmk_add_black_box_tests name)
   lmk_discover(${name})
 endfunction()
 
-# System libraries of the target, for the product and for the white-box tests alike.
-set_property(TARGET lmkutils PROPERTY LMK_SYSTEM_LIBRARIES "")
+# What the objects need beside the language, for the product and for the white-box tests alike.
+set_property(TARGET lmkutils PROPERTY LMK_SYSTEM_LIBRARIES ZLIB::ZLIB)
 if(WIN32)
-  set_property(TARGET lmkutils PROPERTY LMK_SYSTEM_LIBRARIES user32 shell32)
+  set_property(TARGET lmkutils PROPERTY LMK_SYSTEM_LIBRARIES ZLIB::ZLIB user32 shell32)
   include(lmk_windows)
   target_sources(lmkutils PRIVATE "${PROJECT_BINARY_DIR}/lmkutils.rc")
 endif()
