@@ -46,7 +46,8 @@ bool FileReader::EndBefore(unsigned minBytes) noexcept {
 // For reads that take what there is: more bytes into the empty buffer. False at an end, which is no error.
 bool FileReader::Supply() noexcept {
   if (atFileEnd_ || (compressed_ && atSectionEnd_)) return false;
-  return MayFill(1) && Refill(1) && Unread() != 0;
+  if (!MayFill(1) || !Refill(1)) return false;
+  return Unread() != 0 || (sectionFailed_ && EndBefore(1));
 }
 
 // Adds bytes behind the unread ones, until there are `minBytes` or no more come. False after a failure.
