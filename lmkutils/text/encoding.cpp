@@ -120,13 +120,68 @@ EncodingResult Check(View<Unit> text) noexcept {
   return {valid == text.size(), valid};
 }
 
+// Most text is ASCII: it is narrowed in blocks, by a loop that becomes vector code. False, and the places as
+// they were, where no such block stands.
+constexpr std::size_t kBlock = 8;
+
+template <class Unit>
+bool TakeAscii(const Unit*& at, const Unit* end, char*& to) noexcept {
+  if (static_cast<std::size_t>(end - at) < kBlock) return false;
+  Unit all = 0;
+  for (std::size_t i = 0; i < kBlock; ++i) {
+    all = static_cast<Unit>(all | at[i]);
+    to[i] = static_cast<char>(at[i]);
+  }
+  if (all >= 0x80) return false;
+  at += kBlock;
+  to += kBlock;
+  return true;
+}
+
+// A block of any characters, less where the text is not well-formed or ends: false then. At most four bytes a
+// unit are written.
+template <class Unit>
+bool TakeAny(const Unit*& at, const Unit* end, char*& to) noexcept {
+  for (std::size_t i = 0; i < kBlock; ++i) {
+    if (at == end) return false;
+    const auto unit = static_cast<char32_t>(*at);
+    const bool pair = IsHighSurrogate(unit) && end - at > 1 && IsLowSurrogate(static_cast<char32_t>(at[1]));
+    if (!pair && !IsCharacter(unit)) return false;
+    to = utf8::unchecked::append(NextValid(at), to);
+  }
+  return true;
+}
+
+// Appends the longest well-formed beginning; how many units that is.
+template <class From, class To>
+std::size_t AppendPrefix(View<From> source, std::basic_string<To>& target) {
+  if constexpr (kIs16<From> && kIs8<To>) {
+    // In one pass, and through a small buffer: to append each character costs more than to convert it.
+    const From* at = source.data();
+    const From* const end = at + source.size();
+    bool more = true;
+    while (more) {
+      char buffer[512];
+      char* to = buffer;
+      while (more && to <= buffer + sizeof(buffer) - 4 * kBlock) {
+        more = TakeAscii(at, end, to) || TakeAny(at, end, to);
+      }
+      target.append(buffer, to);
+    }
+    return static_cast<std::size_t>(at - source.data());
+  } else {
+    const std::size_t valid = ValidPrefix(source);
+    AppendValid(source.substr(0, valid), target);
+    return valid;
+  }
+}
+
 template <class From, class To>
 EncodingResult Convert(View<From> source, std::basic_string<To>& target) {
-  const EncodingResult result = Check(source);
   target.clear();
-  target.reserve(result.position);  // exact for ASCII
-  AppendValid(source.substr(0, result.position), target);
-  return result;
+  target.reserve(source.size());  // exact for ASCII
+  const std::size_t valid = AppendPrefix(source, target);
+  return {valid == source.size(), valid};
 }
 
 template <class To, class From>
@@ -134,9 +189,7 @@ std::basic_string<To> Replace(View<From> source) {
   std::basic_string<To> target;
   target.reserve(source.size());
   for (;;) {
-    const std::size_t valid = ValidPrefix(source);
-    AppendValid(source.substr(0, valid), target);
-    source.remove_prefix(valid);
+    source.remove_prefix(AppendPrefix(source, target));
     if (source.empty()) return target;
     Append(kReplacement, target);
     source.remove_prefix(BrokenLength(source));

@@ -1,6 +1,7 @@
 #include "lmkutils/text/encoding.h"
 
 #include <string>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -45,6 +46,27 @@ TEST(Encoding, KnownUnits) {
   EXPECT_EQ(u"\xD83D\xDE00"s, du::ToUtf16("\xF0\x9F\x98\x80"));
   EXPECT_EQ(U"a\0b"s, du::ToUtf32("a\0b"s));
   EXPECT_EQ("\xEF\xBB\xBFx", du::ToUtf8(u"\uFEFFx"s));
+}
+
+// ASCII is converted in blocks: other characters at every place of one, and texts of every length.
+TEST(Encoding, BlocksOfAsciiEndAnywhere) {
+  const std::pair<std::u16string, std::string> others[] = {{u"\u00E4"s, "\xC3\xA4"},
+                                                           {u"\u5927"s, "\xE5\xA4\xA7"},
+                                                           {u"\xD83D\xDE00"s, "\xF0\x9F\x98\x80"},
+                                                           {u"\xD83D"s, "\xEF\xBF\xBD"},
+                                                           {u"\xDE00"s, "\xEF\xBF\xBD"}};
+  for (const auto& [units, bytes] : others) {
+    for (std::size_t before = 0; before < 20; ++before) {
+      for (std::size_t after = 0; after < 20; ++after) {
+        const std::u16string text = std::u16string(before, u'b') + units + std::u16string(after, u'\x7F');
+        const std::string expected = std::string(before, 'b') + bytes + std::string(after, '\x7F');
+        EXPECT_EQ(du::ToUtf8(text), expected);
+        const bool broken = bytes == "\xEF\xBF\xBD";
+        std::string strict;
+        EXPECT_EQ(du::ConvertText(text, strict).position, broken ? before : text.size());
+      }
+    }
+  }
 }
 
 // Where strict conversion stops, and how many U+FFFD (here '?') stand for what: the Unicode Standard's own
