@@ -10,6 +10,8 @@
 #include "lmkutils/files/file_system.h"
 #include "lmkutils/files/file_writer.h"
 #include "lmkutils/files/input_buffer.h"
+#include "lmkutils/files/line_reader.h"
+#include "lmkutils/files/line_writer.h"
 #include "lmkutils/files/output_buffer.h"
 #include "lmkutils/l10n/lmtrb.h"
 #include "lmkutils/l10n/localizer_error.h"

@@ -65,10 +65,10 @@ bool InputBuffer::GetArray(void* values, unsigned count) noexcept {
   if ((size_ - position_) / sizeof(Word) < count) return false;
   if (count == 0) return true;
   const auto size = static_cast<unsigned>(count * sizeof(Word));
-  if (mustSwap_ && sizeof(Word) > 1) {
-    internal::CopyByteSwapped<Word>(values, data_ + position_, count);
-  } else {
+  if (sizeof(Word) == 1 || !mustSwap_) {
     std::memcpy(values, data_ + position_, size);
+  } else if constexpr (sizeof(Word) > 1) {
+    internal::CopyByteSwapped<Word>(values, data_ + position_, count);
   }
   position_ += size;
   return true;

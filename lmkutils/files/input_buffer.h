@@ -102,7 +102,10 @@ class LMK_API InputBuffer {
   }
   template <class Word>
   bool Swap(void* value) noexcept {
-    internal::CopyByteSwapped<Word>(value, data_ + position_, 1);
+    Word word;
+    std::memcpy(&word, data_ + position_, sizeof(word));
+    word = internal::ByteSwapped(word);
+    std::memcpy(value, &word, sizeof(word));
     position_ += static_cast<unsigned>(sizeof(Word));
     return true;
   }

@@ -75,10 +75,10 @@ bool OutputBuffer::PutArray(const void* values, unsigned count) noexcept {
   const std::uint64_t size = std::uint64_t{count} * sizeof(Word);
   unsigned char* old = nullptr;
   if (size > capacity_ - position_ && !Extend(size, &old)) return false;
-  if (mustSwap_ && sizeof(Word) > 1) {
-    internal::CopyByteSwapped<Word>(block_ + position_, values, count);
-  } else {
+  if (sizeof(Word) == 1 || !mustSwap_) {
     std::memmove(block_ + position_, values, static_cast<std::size_t>(size));
+  } else if constexpr (sizeof(Word) > 1) {
+    internal::CopyByteSwapped<Word>(block_ + position_, values, count);
   }
   MoveBufferPos(static_cast<unsigned>(size));
   os::HeapFree(old);

@@ -1,0 +1,233 @@
+#include "lmkutils/files/line_reader.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <string_view>
+
+#include "lmkutils/files/byte_order.h"
+#include "lmkutils/files/file_reader.h"
+#include "lmkutils/files/internal/file_reader_access.h"
+#include "lmkutils/files/internal/line_buffer.h"
+#include "lmkutils/files/internal/line_scan.h"
+#include "lmkutils/text/encoding.h"
+
+namespace du {
+
+class LineReader::State {
+ public:
+  State(FileReader* source, int byteLimit)
+      : source_(source), limit_(byteLimit > 0 ? static_cast<unsigned>(byteLimit) : 0) {}
+
+  bool ReadLine();
+  unsigned long ReadBinary(unsigned long count);
+  void SeekToLineStart();
+  std::string GetString() const;
+  const internal::LineBuffer& Line() const noexcept { return line_; }
+
+ private:
+  enum class TextForm { kBytes = 0, kUtf8 = 1, kUtf16Little = 2, kUtf16Big = 3 };
+
+  static constexpr std::size_t kChunkSize = 4096;
+
+  bool IsUtf16() const noexcept { return form_ == TextForm::kUtf16Little || form_ == TextForm::kUtf16Big; }
+  bool HasUnit() const noexcept { return end_ - next_ >= (IsUtf16() ? 2 : 1); }
+  std::int64_t Position() const noexcept { return chunkStart_ + (next_ - chunk_); }
+  std::int64_t ChunkEnd() const noexcept { return chunkStart_ + (end_ - chunk_); }
+
+  bool Fill();
+  bool FillFirst();
+  std::size_t Take(char* target, std::size_t room);
+  void SkipMark();
+  bool TakeBytes();
+  bool TakeUnits();
+
+  FileReader* const source_;
+  const std::uint64_t limit_;  // 0: none
+  std::uint64_t taken_ = 0;
+  bool atStart_ = true;  // no byte has been taken
+  TextForm form_ = TextForm::kBytes;
+
+  // The part of the file that was taken last, and what has not been read of it.
+  char chunk_[kChunkSize];
+  const char* next_ = chunk_;
+  const char* end_ = chunk_;
+  std::int64_t chunkStart_ = 0;
+
+  internal::LineBuffer line_;
+  std::int64_t lineStart_ = 0;
+  bool hasLine_ = false;
+};
+
+// -- The chunk
+
+// What the reader and the limit give, at most so many bytes.
+std::size_t LineReader::State::Take(char* target, std::size_t room) {
+  if (limit_ != 0) room = static_cast<std::size_t>(std::min<std::uint64_t>(room, limit_ - taken_));
+  if (source_ == nullptr || room == 0) return 0;
+  const std::size_t taken = internal::FileReaderAccess::ReadAvailable(*source_, target, room);
+  taken_ += taken;
+  return taken;
+}
+
+// Takes the next bytes, behind half a unit if that is left. False when there are none: the chunk stays then,
+// since SeekToBufferStart may want it.
+bool LineReader::State::Fill() {
+  const std::size_t left = next_ == end_ ? 0 : 1;
+  const char half = left == 0 ? '\0' : *next_;
+  const std::int64_t position = source_ == nullptr ? 0 : source_->GetPosition();
+  const std::size_t taken = Take(chunk_ + left, kChunkSize - left);
+  if (taken == 0) return false;
+  if (left != 0) chunk_[0] = half;
+  next_ = chunk_;
+  end_ = chunk_ + left + taken;
+  chunkStart_ = position - static_cast<std::int64_t>(left);
+  atStart_ = false;
+  return true;
+}
+
+// The first chunk of lines: with enough bytes for a mark, even when they come one by one.
+bool LineReader::State::FillFirst() {
+  constexpr std::size_t kBytesForMark = 4;
+  if (!Fill()) return false;
+  std::size_t size = static_cast<std::size_t>(end_ - chunk_);
+  while (size < kBytesForMark) {
+    const std::size_t more = Take(chunk_ + size, kChunkSize - size);
+    if (more == 0) return true;
+    end_ = chunk_ + (size += more);
+  }
+  SkipMark();
+  return true;
+}
+
+void LineReader::State::SkipMark() {
+  static constexpr struct {
+    std::string_view bytes;
+    TextForm form;
+  } kMarks[] = {{"\xEF\xBB\xBF", TextForm::kUtf8},
+                {"\xFE\xFF", TextForm::kUtf16Big},
+                {"\xFF\xFE", TextForm::kUtf16Little}};
+  const std::string_view start(next_, static_cast<std::size_t>(end_ - next_));
+  for (const auto& mark : kMarks) {
+    if (!start.starts_with(mark.bytes)) continue;
+    form_ = mark.form;
+    next_ += mark.bytes.size();
+    return;
+  }
+}
+
+// -- Lines. Both move what the chunk has of the line into it, without LF and the CR before that; true when
+// the line ended.
+
+bool LineReader::State::TakeBytes() {
+  const char* const stop = internal::FindLineFeed(next_, end_);
+  line_.Append(next_, static_cast<std::size_t>(stop - next_));
+  next_ = stop;
+  if (stop == end_) return false;
+  next_ += 1;
+  // Looked for in the line: it may have come with the chunk before.
+  line_.DropLast('\r');
+  return true;
+}
+
+bool LineReader::State::TakeUnits() {
+  const bool swapped = form_ == TextForm::kUtf16Big;
+  const char* const end = end_ - (end_ - next_) % 2;
+  const char* const stop = internal::FindLineFeed16(next_, end, swapped ? 0x0A00 : 0x000A);
+  const auto size = static_cast<std::size_t>(stop - next_);
+  if (swapped) {
+    internal::CopyByteSwapped<std::uint16_t>(line_.Room(size), next_, size / 2);
+    line_.Add(size);
+  } else {
+    line_.Append(next_, size);
+  }
+  next_ = stop;
+  if (stop == end) return false;
+  next_ += 2;
+  line_.DropLast(u'\r');
+  return true;
+}
+
+bool LineReader::State::ReadLine() {
+  line_.Shrink();
+  bool more = HasUnit() || (atStart_ ? FillFirst() : Fill());
+  lineStart_ = Position();  // known only now: a mark is not part of the line
+  hasLine_ = true;
+  bool ended = false;
+  while (more && !ended) {
+    ended = IsUtf16() ? TakeUnits() : TakeBytes();
+    more = HasUnit() || (!ended && Fill());
+  }
+  line_.Terminate();
+  return ended || line_.Size() != 0;
+}
+
+std::string LineReader::State::GetString() const {
+  if (!IsUtf16()) return std::string(line_.Data(), line_.Size());
+  return ToUtf8(std::u16string_view(reinterpret_cast<const char16_t*>(line_.Data()), line_.Size() / 2));
+}
+
+// -- Raw bytes
+
+unsigned long LineReader::State::ReadBinary(unsigned long count) {
+  line_.Clear();
+  while (line_.Size() < count && (next_ != end_ || Fill())) {
+    const std::size_t size =
+        std::min<std::size_t>(count - line_.Size(), static_cast<std::size_t>(end_ - next_));
+    line_.Append(next_, size);
+    next_ += size;
+  }
+  line_.Terminate();
+  return static_cast<unsigned long>(line_.Size());
+}
+
+void LineReader::State::SeekToLineStart() {
+  if (!hasLine_ || source_ == nullptr) return;
+  if (lineStart_ < chunkStart_ || lineStart_ > ChunkEnd()) {
+    const std::int64_t again = ChunkEnd() - lineStart_;
+    if (source_->IsCompressed() || !source_->SetPosition(lineStart_)) return;
+    taken_ -= static_cast<std::uint64_t>(again);
+    next_ = end_ = chunk_;
+    chunkStart_ = lineStart_;
+    Fill();
+  }
+  next_ = chunk_ + (lineStart_ - chunkStart_);
+}
+
+// -- The public face
+
+LineReader::LineReader(FileReader* reader, int byteLimit)
+    : state_(std::make_unique<State>(reader, byteLimit)) {}
+
+LineReader::~LineReader() = default;
+
+bool LineReader::ReadLine() {
+  return state_->ReadLine();
+}
+
+const char* LineReader::GetBuffer() const noexcept {
+  return state_->Line().Data();
+}
+
+const unsigned char* LineReader::GetBinBuffer() const noexcept {
+  return reinterpret_cast<const unsigned char*>(state_->Line().Data());
+}
+
+std::size_t LineReader::GetSize() const noexcept {
+  return state_->Line().Size();
+}
+
+std::string LineReader::GetString() const {
+  return state_->GetString();
+}
+
+unsigned long LineReader::ReadBinary(unsigned long count) {
+  return state_->ReadBinary(count);
+}
+
+bool LineReader::SeekToBufferStart() {
+  state_->SeekToLineStart();
+  return false;
+}
+
+}  // namespace du
