@@ -23,7 +23,10 @@ class LineReader::State {
   unsigned long ReadBinary(unsigned long count);
   void SeekToLineStart();
   std::string GetString() const;
-  const internal::LineBuffer& Line() const noexcept { return line_; }
+  // What callers see.
+  std::string_view Shown() const noexcept {
+    return replaced_ != nullptr ? inChunk_ : std::string_view(line_.Data(), line_.Size());
+  }
 
  private:
   enum class TextForm { kBytes = 0, kUtf8 = 1, kUtf16Little = 2, kUtf16Big = 3 };
@@ -39,6 +42,8 @@ class LineReader::State {
   bool FillFirst();
   std::size_t Take(char* target, std::size_t room);
   void SkipMark();
+  void RestoreChunk() noexcept;
+  bool ShowInChunk() noexcept;
   bool TakeBytes();
   bool TakeUnits();
 
@@ -57,6 +62,12 @@ class LineReader::State {
   internal::LineBuffer line_;
   std::int64_t lineStart_ = 0;
   bool hasLine_ = false;
+
+  // A line that is shown where it lies in the chunk, instead of line_: a zero stands in the place of the byte
+  // behind it then, until the next line or bytes are read.
+  std::string_view inChunk_;
+  char* replaced_ = nullptr;  // null when line_ is shown
+  char replacedByte_ = '\0';
 };
 
 // -- The chunk
@@ -86,17 +97,11 @@ bool LineReader::State::Fill() {
   return true;
 }
 
-// The first chunk of lines: with enough bytes for a mark, even when they come one by one.
+// The first chunk of lines, which may begin with a mark.
 bool LineReader::State::FillFirst() {
-  constexpr std::size_t kBytesForMark = 4;
+  constexpr std::ptrdiff_t kLeastWithMark = 4;
   if (!Fill()) return false;
-  std::size_t size = static_cast<std::size_t>(end_ - chunk_);
-  while (size < kBytesForMark) {
-    const std::size_t more = Take(chunk_ + size, kChunkSize - size);
-    if (more == 0) return true;
-    end_ = chunk_ + (size += more);
-  }
-  SkipMark();
+  if (end_ - next_ >= kLeastWithMark) SkipMark();
   return true;
 }
 
@@ -116,8 +121,28 @@ void LineReader::State::SkipMark() {
   }
 }
 
-// -- Lines. Both move what the chunk has of the line into it, without LF and the CR before that; true when
-// the line ended.
+// -- Lines
+
+void LineReader::State::RestoreChunk() noexcept {
+  if (replaced_ != nullptr) *replaced_ = replacedByte_;
+  replaced_ = nullptr;
+}
+
+// Most lines of bytes end in the chunk where they begin: these are not copied. False for others.
+bool LineReader::State::ShowInChunk() noexcept {
+  const char* const stop = internal::FindLineFeed(next_, end_);
+  if (stop == end_) return false;
+  const char* const last = stop != next_ && stop[-1] == '\r' ? stop - 1 : stop;
+  inChunk_ = std::string_view(next_, static_cast<std::size_t>(last - next_));
+  replaced_ = chunk_ + (last - chunk_);
+  replacedByte_ = *last;
+  *replaced_ = '\0';
+  next_ = stop + 1;
+  return true;
+}
+
+// These two move what the chunk has of the line into line_, without LF and the CR before that; true when the
+// line ended.
 
 bool LineReader::State::TakeBytes() {
   const char* const stop = internal::FindLineFeed(next_, end_);
@@ -149,10 +174,12 @@ bool LineReader::State::TakeUnits() {
 }
 
 bool LineReader::State::ReadLine() {
+  RestoreChunk();
   line_.Shrink();
   bool more = HasUnit() || (atStart_ ? FillFirst() : Fill());
   lineStart_ = Position();  // known only now: a mark is not part of the line
   hasLine_ = true;
+  if (!IsUtf16() && ShowInChunk()) return true;
   bool ended = false;
   while (more && !ended) {
     ended = IsUtf16() ? TakeUnits() : TakeBytes();
@@ -163,13 +190,14 @@ bool LineReader::State::ReadLine() {
 }
 
 std::string LineReader::State::GetString() const {
-  if (!IsUtf16()) return std::string(line_.Data(), line_.Size());
+  if (!IsUtf16()) return std::string(Shown());
   return ToUtf8(std::u16string_view(reinterpret_cast<const char16_t*>(line_.Data()), line_.Size() / 2));
 }
 
 // -- Raw bytes
 
 unsigned long LineReader::State::ReadBinary(unsigned long count) {
+  RestoreChunk();
   line_.Clear();
   while (line_.Size() < count && (next_ != end_ || Fill())) {
     const std::size_t size =
@@ -183,6 +211,7 @@ unsigned long LineReader::State::ReadBinary(unsigned long count) {
 
 void LineReader::State::SeekToLineStart() {
   if (!hasLine_ || source_ == nullptr) return;
+  // A line that is shown in the chunk is found there: what callers see stays.
   if (lineStart_ < chunkStart_ || lineStart_ > ChunkEnd()) {
     const std::int64_t again = ChunkEnd() - lineStart_;
     if (source_->IsCompressed() || !source_->SetPosition(lineStart_)) return;
@@ -206,15 +235,15 @@ bool LineReader::ReadLine() {
 }
 
 const char* LineReader::GetBuffer() const noexcept {
-  return state_->Line().Data();
+  return state_->Shown().data();
 }
 
 const unsigned char* LineReader::GetBinBuffer() const noexcept {
-  return reinterpret_cast<const unsigned char*>(state_->Line().Data());
+  return reinterpret_cast<const unsigned char*>(state_->Shown().data());
 }
 
 std::size_t LineReader::GetSize() const noexcept {
-  return state_->Line().Size();
+  return state_->Shown().size();
 }
 
 std::string LineReader::GetString() const {

@@ -205,8 +205,8 @@ TEST_F(LineReaderTest, GoesBackToTheStartOfTheLine) {
       EXPECT_FALSE(lines.SeekToBufferStart());
       for (int i = 0; i < 3; ++i) {
         EXPECT_TRUE(lines.ReadLine());
-        EXPECT_EQ(lines.GetString(), "a");
         EXPECT_FALSE(lines.SeekToBufferStart());
+        EXPECT_STREQ(lines.GetBuffer(), "a") << "still there";
       }
       EXPECT_EQ(lines.ReadBinary(3), 3u) << "it goes back behind these too";
       lines.SeekToBufferStart();

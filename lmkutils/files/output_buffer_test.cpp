@@ -229,15 +229,13 @@ TEST(OutputBuffer, IsAsBeforeWhenItCannotGrow) {
   OutputBuffer buffer(0, 0);
   const Bytes expected(1022, 7);
   EXPECT_TRUE(buffer.Put(expected.data(), 1022));
-  const auto nothingFits = [&buffer] {
+  {
+    const Symbol symbol("abc");
+    const Arming noMemory(Call::kHeapAllocate, {.count = os::fault::kForEver});
     EXPECT_FALSE(buffer.Put(1));
     EXPECT_FALSE(buffer.Put(1.0));
     EXPECT_FALSE(buffer.Put("abc", 3));
-    EXPECT_FALSE(buffer.Put(Symbol("abc")));
-  };
-  {
-    const Arming noMemory(Call::kHeapAllocate, {.count = os::fault::kForEver});
-    nothingFits();
+    EXPECT_FALSE(buffer.Put(symbol));
   }
   // Read from nowhere: it is refused before.
   const double* const values = reinterpret_cast<const double*>(expected.data());
