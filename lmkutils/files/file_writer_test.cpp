@@ -1,5 +1,6 @@
 #include "lmkutils/files/file_writer.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <limits>
 #include <string>
@@ -76,7 +77,7 @@ TEST_F(FileWriterTest, ArraysOfAnySize) {
     for (unsigned count = 0; count < 3000; count = count * 2 + 1) {
       bool mark = false;
       ASSERT_EQ(count, reader.Read(back.data(), count));
-      ASSERT_TRUE(std::equal(back.begin(), back.begin() + count, values.begin()));
+      ASSERT_TRUE(std::equal(back.data(), back.data() + count, values.data()));
       ASSERT_TRUE(reader.Read(mark) && mark);
     }
   }

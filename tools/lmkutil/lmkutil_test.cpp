@@ -139,8 +139,9 @@ TEST_F(LmkutilTest, ListsInFileOrder) {
 
 TEST_F(LmkutilTest, HelpAndVersion) {
   EXPECT_EQ("lmkutil " LMKUTIL_VERSION "\n", RunTool({"--version"}).out);
-  for (const Texts& arguments : {Texts{"--help"}, Texts{"strings", "-h"}, Texts{"strings", "show", "--help"},
-                                 Texts{"strings", "list", "--help"}, Texts{"strings", "check", "--help"}}) {
+  for (const Texts& arguments :
+       {Texts{"--help"}, Texts{"strings", "-h"}, Texts{"strings", "show", "--help"},
+        Texts{"strings", "list", "--help"}, Texts{"strings", "check", "--help"}, Texts{"dump", "--help"}}) {
     const ChildResult result = RunTool(arguments);
     EXPECT_EQ(0, result.exitCode);
     EXPECT_THAT(result.out, HasSubstr("Usage: lmkutil"));
@@ -267,6 +268,97 @@ TEST_F(LmkutilTest, OwnTextsAreCleanInEveryLanguage) {
   const ChildResult result = RunTool(arguments);
   EXPECT_EQ(0, result.exitCode) << result.out << result.err;
   EXPECT_THAT(result.out, StartsWith("Files: 4, messages: "));
+}
+
+// A gzip member with one stored block, by hand: the sizes, the CRC-32 and the length are known.
+std::string Member() {
+  return std::string("\x1F\x8B\x08\0\0\0\0\0\0\x03\x01\x05\0\xFA\xFF", 15) + "hello" +
+         std::string("\x86\xA6\x10\x36", 4) + std::string("\5\0\0\0", 4);
+}
+
+TEST_F(LmkutilTest, DumpsSections) {
+  const std::string member = Member();
+  std::string damaged = member;
+  damaged[10] = 7;  // a kind of block that there is not
+  std::string wrong = member;
+  wrong[20] = wrong[24] = 9;
+  struct Case {
+    std::string bytes;
+    int status;
+    std::string out;
+  };
+  const std::string good = " bytes packed, 5 unpacked; CRC-32 and length are right\n";
+  for (const Case& c : {
+           Case{"", 0, "Bytes: 0, sections: 0, faulty: 0\n"},
+           Case{"ab\x1F\x8B", 0, "0: plain data, 4 bytes\nBytes: 4, sections: 0, faulty: 0\n"},
+           Case{member + member + "z", 0,
+                "0: section 1, 28" + good + "28: section 2, 28" + good +
+                    "56: plain data, 1 bytes\nBytes: 57, sections: 2, faulty: 0\n"},
+           Case{"ab" + member, 0,
+                "0: plain data, 2 bytes\n2: section 1, 28" + good + "Bytes: 30, sections: 1, faulty: 0\n"},
+           Case{damaged + member, 1,
+                "0: section 1; its data is damaged, 0 bytes before that can be unpacked\n28: section 2, 28" +
+                    good + "Bytes: 56, sections: 2, faulty: 1\n"},
+           Case{member.substr(0, 18), 1,
+                "0: section 1; the file ends inside it, 3 bytes can be unpacked\nBytes: 18, sections: 1, "
+                "faulty: "
+                "1\n"},
+           Case{wrong, 1,
+                "0: section 1, 28 bytes packed, 5 unpacked; the CRC-32 is wrong: 3610A609 in the trailer, "
+                "3610A686 of "
+                "the data; the length is wrong: 9 in the trailer, 5 of the data\nBytes: 28, sections: 1, "
+                "faulty: 1\n"},
+       }) {
+    const ChildResult result = RunTool({"dump", folder_.Write("a.bin", c.bytes)});
+    EXPECT_EQ(c.status, result.exitCode);
+    EXPECT_EQ(c.out, result.out);
+    EXPECT_EQ("", result.err);
+  }
+}
+
+TEST_F(LmkutilTest, ShowsBytesOnDemand) {
+  const std::string out =
+      RunTool({"dump", "--hex", folder_.Write("a.bin", std::string(17, 'a') + Member())}).out;
+  EXPECT_THAT(out,
+              HasSubstr("  00000000  61 61 61 61 61 61 61 61  61 61 61 61 61 61 61 61  aaaaaaaaaaaaaaaa\n"
+                        "  00000010  61 "));
+  EXPECT_THAT(out, HasSubstr("  00000000  68 65 6C 6C 6F                                    hello\n"));
+}
+
+TEST_F(LmkutilTest, ExtractsSections) {
+  const std::string file = folder_.Write("a.bin", "ab" + Member() + Member().substr(0, 18));
+  const std::string out = folder_.File("\xC3\xB6.out");
+  EXPECT_EQ(0, RunTool({"dump", "--extract", "1", file, out}).exitCode);
+  EXPECT_EQ("hello", lmktest::ReadWholeFile(out));
+  struct Case {
+    Texts arguments;
+    int status;
+    std::string err;
+  };
+  for (const Case& c :
+       {Case{{"2", file, out},
+             1,
+             "section 2 of \"" + file +
+                 "\" is not as it should be, what could be unpacked is written: the file ends "
+                 "inside it, 3 bytes can be unpacked"},
+        Case{{"3", file, out},
+             1,
+             "there is no section 3 in \"" + file + "\", which has 2; \"lmkutil dump " + file +
+                 "\" lists them"},
+        Case{{"1", file, file},
+             1,
+             "cannot write \"" + file + "\"; check the path, the permissions and the disk"},
+        Case{{"0", file, out}, 2, "\"0\" is not understood; see \"lmkutil dump --help\""},
+        Case{{"1", file}, 2, "a command or an argument is missing; see \"lmkutil dump --help\""},
+        Case{{"1", "--hex", file, out}, 2, "\"--hex\" is not understood; see \"lmkutil dump --help\""}}) {
+    Texts arguments{"dump", "--extract"};
+    arguments.insert(arguments.end(), c.arguments.begin(), c.arguments.end());
+    const ChildResult result = RunTool(arguments);
+    EXPECT_EQ(c.status, result.exitCode);
+    EXPECT_EQ("lmkutil: " + c.err + "\n", result.err);
+  }
+  EXPECT_EQ("hel", lmktest::ReadWholeFile(out));
+  EXPECT_EQ(48U, folder_.Read("a.bin").size());
 }
 
 TEST_F(LmkutilTest, TracesWhatItDoes) {

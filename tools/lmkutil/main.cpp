@@ -2,6 +2,7 @@
 #include <exception>
 
 #include "tools/lmkutil/commands.h"
+#include "tools/lmkutil/dump.h"
 #include "tools/lmkutil/options.h"
 #include "tools/lmkutil/resources.h"
 
@@ -28,6 +29,10 @@ ExitStatus Run(const std::vector<std::string>& arguments) {
       return List(options, resources);
     case Command::kCheck:
       return Check(options, resources);
+    case Command::kDump:
+      return Dump(options, resources);
+    case Command::kExtract:
+      return Extract(options, resources);
     case Command::kPrint:
       break;
   }

@@ -1,5 +1,8 @@
 #include "tools/lmkutil/options.h"
 
+#include <charconv>
+#include <system_error>
+
 #include <CLI/CLI.hpp>
 
 namespace lmkutil {
@@ -39,6 +42,7 @@ class Parser {
     AddShow();
     AddList();
     AddCheck();
+    AddDump();
   }
 
   // As ParseOptions.
@@ -48,7 +52,7 @@ class Parser {
     if (!reversed.empty()) reversed.pop_back();
     try {
       app_.parse(reversed);
-      return true;
+      return TakeSectionNumber(error);
     } catch (const CLI::CallForVersion& version) {
       options_.text = std::string(version.what()) + "\n";
       return true;
@@ -83,6 +87,28 @@ class Parser {
     check_->callback([this] { options_.command = Command::kCheck; });
   }
 
+  void AddDump() {
+    UseHelpText(*dump_, resources_, "HELP_DUMP");
+    dump_->add_option("FILE", options_.file)->required();
+    CLI::Option* const out = dump_->add_option("OUT", options_.out);
+    CLI::Option* const extract = dump_->add_option("--extract", section_);
+    extract->needs(out);
+    out->needs(extract);
+    dump_->add_flag("--hex", options_.hex);
+    dump_->callback([this] { options_.command = section_.empty() ? Command::kDump : Command::kExtract; });
+  }
+
+  // The number behind "--extract", which nothing else goes with.
+  bool TakeSectionNumber(std::string& error) {
+    if (options_.command != Command::kExtract) return true;
+    const char* const end = section_.data() + section_.size();
+    const auto [last, fault] = std::from_chars(section_.data(), end, options_.section);
+    const bool isNumber = fault == std::errc() && last == end && options_.section != 0;
+    if (isNumber && !options_.hex) return true;
+    error = resources_.Text("USAGE_EXTRA", {isNumber ? "--hex" : section_, CommandName()});
+    return false;
+  }
+
   // The command as far as it was understood, for its help.
   std::string CommandName() const {
     std::string name = "lmkutil";
@@ -100,6 +126,8 @@ class Parser {
   CLI::App* show_ = strings_->add_subcommand("show");
   CLI::App* list_ = strings_->add_subcommand("list");
   CLI::App* check_ = strings_->add_subcommand("check");
+  CLI::App* dump_ = app_.add_subcommand("dump");
+  std::string section_;  // as given
 };
 
 }  // namespace

@@ -9,17 +9,20 @@
 
 namespace lmkutil {
 
-enum class Command { kPrint, kShow, kList, kCheck };
+enum class Command { kPrint, kShow, kList, kCheck, kDump, kExtract };
 
 struct Options {
   Command command = Command::kPrint;
   std::string text;                // kPrint: what to print, help or version
-  std::string file;                // kShow, kList
+  std::string file;                // kShow, kList, kDump, kExtract
   std::string tag;                 // kShow
   std::vector<std::string> args;   // kShow
   std::vector<std::string> files;  // kCheck
   bool json = false;               // kCheck
   bool strict = false;             // kCheck
+  bool hex = false;                // kDump
+  unsigned section = 0;            // kExtract: from 1
+  std::string out;                 // kExtract
 };
 
 // What the arguments (the first is the program's name) ask for. False, and what is wrong in `error`, when

@@ -1,0 +1,165 @@
+#include "tools/lmkutil/dump.h"
+
+#include <cstdio>
+#include <filesystem>
+#include <system_error>
+
+#include "tools/lmkutil/hex_view.h"
+#include "tools/lmkutil/section_scan.h"
+#include "tools/lmkutil/text_file.h"
+
+#include "lmkutils/files/file_writer.h"
+
+namespace lmkutil {
+namespace {
+
+template <class Number>
+std::string Shown(Number number) {
+  return std::to_string(number);
+}
+
+// What is to be said of the section's data.
+std::string Verdict(const Section& section, const Resources& resources) {
+  if (section.state == Section::State::kCut) return resources.Text("SECTION_CUT", {Shown(section.plain)});
+  if (section.state == Section::State::kDamaged)
+    return resources.Text("SECTION_DAMAGED", {Shown(section.plain)});
+  if (section.IsGood()) return resources.Text("SECTION_GOOD", {});
+  std::string text;
+  if (!section.IsChecksumRight()) {
+    text = resources.Text("WRONG_CHECKSUM",
+                          {Hexadecimal(section.trailerChecksum, 8), Hexadecimal(section.checksum, 8)});
+  }
+  if (!section.IsLengthRight()) {
+    if (!text.empty()) text += "; ";
+    text += resources.Text("WRONG_LENGTH", {Shown(section.trailerLength), Shown(section.plain & 0xFFFFFFFF)});
+  }
+  return text;
+}
+
+std::string SectionLine(unsigned number, const Section& section, const Resources& resources) {
+  const std::string verdict = Verdict(section, resources);
+  if (section.state != Section::State::kWhole) {
+    return resources.Text("SECTION_PART", {Shown(section.start), Shown(number), verdict}) + "\n";
+  }
+  return resources.Text("SECTION", {Shown(section.start), Shown(number), Shown(section.packed),
+                                    Shown(section.plain), verdict}) +
+         "\n";
+}
+
+// Goes through a file and shows each part of it.
+class Listing {
+ public:
+  Listing(SectionScan& scan, bool hex, const Resources& resources)
+      : scan_(scan), hex_(hex), resources_(resources) {}
+
+  void Show() {
+    Section section;
+    while (written_ && scan_.Next(&section)) {
+      ShowPlain(section.start);
+      ShowSection(section);
+    }
+    ShowPlain(scan_.FileSize());
+    Put(resources_.Text("DUMP_SUMMARY", {Shown(scan_.FileSize()), Shown(sections_), Shown(bad_)}) + "\n");
+  }
+
+  bool IsGood() const { return bad_ == 0; }
+  bool IsWritten() const { return written_; }
+
+ private:
+  void Put(const std::string& text) { written_ = written_ && Write(stdout, text); }
+
+  void ShowPlain(std::int64_t end) {
+    if (end <= shown_) return;
+    Put(resources_.Text("PLAIN_DATA", {Shown(shown_), Shown(end - shown_)}) + "\n");
+    if (hex_) {
+      HexView view(static_cast<std::uint64_t>(shown_));
+      scan_.Read(shown_, end, [&](std::string_view bytes) { return PutBytes(view, bytes); });
+      Put(view.LastLine());
+    }
+    shown_ = end;
+  }
+
+  // What is left of a section that is not whole is not plain data either, as far as one can tell.
+  void ShowSection(const Section& section) {
+    ++sections_;
+    if (!section.IsGood()) ++bad_;
+    Put(SectionLine(sections_, section, resources_));
+    if (hex_) {
+      HexView view(0);
+      scan_.Unpack(section, [&](std::string_view bytes) { return PutBytes(view, bytes); });
+      Put(view.LastLine());
+    }
+    shown_ = section.state == Section::State::kWhole ? section.start + section.packed : scan_.FileSize();
+  }
+
+  bool PutBytes(HexView& view, std::string_view bytes) {
+    Put(view.Lines(bytes));
+    return written_;
+  }
+
+  SectionScan& scan_;
+  const bool hex_;
+  const Resources& resources_;
+  std::int64_t shown_ = 0;
+  unsigned sections_ = 0;
+  unsigned bad_ = 0;
+  bool written_ = true;
+};
+
+ExitStatus Unreadable(const std::string& path, const Resources& resources) {
+  PrintError(resources.Text("FILE_UNREADABLE", {path}));
+  return kFoundWrong;
+}
+
+bool AreOneFile(const std::string& path, const std::string& other) {
+  const auto native = [](const std::string& text) {
+    return std::filesystem::path(std::u8string(text.begin(), text.end()));
+  };
+  std::error_code error;
+  return std::filesystem::equivalent(native(path), native(other), error);
+}
+
+bool WritePlain(SectionScan& scan, const Section& section, const std::string& path) {
+  const du::SmartPtr<du::FileWriter> writer = du::FileWriter::Construct();
+  if (!writer->Open(path)) return false;
+  scan.Unpack(section, [&](std::string_view bytes) {
+    const auto count = static_cast<unsigned>(bytes.size());
+    return writer->Write(bytes.data(), count) == count;
+  });
+  return writer->Close();
+}
+
+}  // namespace
+
+ExitStatus Dump(const Options& options, const Resources& resources) {
+  SectionScan scan;
+  if (!scan.Open(options.file)) return Unreadable(options.file, resources);
+  Listing listing(scan, options.hex, resources);
+  listing.Show();
+  if (!listing.IsWritten()) {
+    PrintError(resources.Text("OUTPUT_FAILED"));
+    return kFoundWrong;
+  }
+  return listing.IsGood() ? kDone : kFoundWrong;
+}
+
+ExitStatus Extract(const Options& options, const Resources& resources) {
+  SectionScan scan;
+  if (!scan.Open(options.file)) return Unreadable(options.file, resources);
+  Section section;
+  unsigned number = 0;
+  while (number < options.section && scan.Next(&section)) ++number;
+  if (number < options.section) {
+    PrintError(resources.Text("SECTION_UNKNOWN", {options.file, Shown(options.section), Shown(number)}));
+    return kFoundWrong;
+  }
+  if (AreOneFile(options.file, options.out) || !WritePlain(scan, section, options.out)) {
+    PrintError(resources.Text("FILE_UNWRITABLE", {options.out}));
+    return kFoundWrong;
+  }
+  if (section.IsGood()) return kDone;
+  PrintError(resources.Text("SECTION_BAD", {Shown(number), options.file, Verdict(section, resources)}));
+  return kFoundWrong;
+}
+
+}  // namespace lmkutil
