@@ -51,10 +51,9 @@ std::string CurrentDrive() {
 // With a drive, without "." and "..": the system resolves nothing in the long form.
 std::string Completed(const std::string& path) {
   std::string full = FileSystem::MakePathAbsolute(path.c_str());
-  if (os::GetCapabilities().absolutePathsHaveDrive && internal::StartsWithSeparator(full) &&
-      !internal::IsUncPath(full)) {
-    full.insert(0, CurrentDrive());
-  }
+  const bool rooted =
+      internal::StartsWithSeparator(full) && !full.starts_with("//") && !full.starts_with(R"(\\)");
+  if (os::GetCapabilities().absolutePathsHaveDrive && rooted) full.insert(0, CurrentDrive());
   return internal::WithoutDots(full);
 }
 

@@ -17,6 +17,17 @@ namespace os {
 // none. kErrorNotSupported where paths have no drives.
 [[nodiscard]] SystemError CurrentDirectoryOfDrive(char letter, std::string& out) noexcept;
 
+// For the whole process.
+SystemError ChangeDirectory(const char* path) noexcept;
+
+// Makes one directory, for everybody as the process's defaults allow, or for this user alone.
+// kErrorAlreadyExists for any entry of that name.
+enum class DirectoryAccess { kDefault, kPrivate };
+SystemError MakeDirectory(const char* path, DirectoryAccess access) noexcept;
+
+// Removes a directory without entries, or a link to a directory itself where links know that.
+SystemError RemoveEmptyDirectory(const char* path) noexcept;
+
 // Whether `path` is a directory, or a link to one. False for what cannot be asked: no such entry, no
 // permission, a path that is not UTF-8 on Windows, a NUL inside.
 bool IsDirectory(const std::string& path) noexcept;

@@ -17,6 +17,15 @@ enum class File : std::intptr_t { kNone = -1 };
 // read, write and delete it meanwhile; children do not inherit it. On failure *file is kNone.
 SystemError OpenForAppending(const char* path, File* file) noexcept;
 
+// Opens an existing file for reading; everything but a file with contents (a directory, a pipe, a device) is
+// kErrorAccessDenied, and nothing is waited for.
+SystemError OpenForReading(const char* path, File* file) noexcept;
+
+// Makes a new, empty file for reading and writing, which only this user can open; where the system has share
+// modes, nobody at all until it is closed. kErrorAlreadyExists or kErrorFileExists for any entry of that
+// name, also for a link that leads nowhere.
+SystemError CreatePrivateFile(const char* path, File* file) noexcept;
+
 // One read call, repeated only when it was interrupted before anything was read. *count is how many bytes
 // came, fewer than `size` also on success; 0 on success is the end of the file.
 SystemError ReadOnce(File file, void* data, std::size_t size, std::size_t* count) noexcept;
@@ -30,8 +39,17 @@ enum class SeekFrom { kStart, kCurrent, kEnd };
 // one, from the start. Fails for what has no positions (pipes).
 SystemError SeekFile(File file, std::int64_t offset, SeekFrom from, std::int64_t* position) noexcept;
 
+// Has the system bring what was written to the disk.
+SystemError FlushFile(File file) noexcept;
+
 // The file is gone whatever the result; an error tells that earlier writes may be lost. kNone does nothing.
 SystemError CloseFile(File file) noexcept;
+
+// Removes a file, or a link itself; not a directory.
+SystemError RemoveFile(const char* path) noexcept;
+
+// Gives a file or directory another name; fails when an entry has that already.
+SystemError RenameEntry(const char* from, const char* to) noexcept;
 
 // True for an existing file that is neither a directory nor a device.
 bool IsRegularFile(const char* path) noexcept;

@@ -63,6 +63,11 @@ std::string WithoutDots(const std::string& path) {
   return result;
 }
 
+std::string FolderOf(const std::string& path) {
+  const std::size_t length = LastNameStart(path);
+  return length != 0 ? path.substr(0, length) : std::string(kHere);
+}
+
 std::size_t LastNameStart(std::string_view path) noexcept {
   const std::size_t last = path.find_last_of(kSeparators);
   return last == std::string_view::npos ? 0 : last + 1;

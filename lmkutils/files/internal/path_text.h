@@ -29,6 +29,9 @@ std::string InSystemSeparators(std::string path);
 // Nothing else of the text changes.
 std::string WithoutDots(const std::string& path);
 
+// The part up to the last separator, "." for a path without one.
+std::string FolderOf(const std::string& path);
+
 // Where the part after the last separator begins.
 std::size_t LastNameStart(std::string_view path) noexcept;
 

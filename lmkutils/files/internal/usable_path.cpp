@@ -8,14 +8,14 @@
 
 namespace du::internal {
 
-bool IsUsablePath(std::string_view path) noexcept {
+bool IsUsablePath(const std::string& path) noexcept {
   if (path.empty()) {
     os::SetLastSystemError(os::kErrorFileNotFound);
     return false;
   }
-  const bool endsEarly = path.find('\0') != std::string_view::npos;
+  const bool endsEarly = path.find('\0') != std::string::npos;
   if (!endsEarly && CheckUtf8(path)) return true;
-  Trace(dp::TraceType::Warning, "The path \"%s\" %s.", path.data(),
+  Trace(dp::TraceType::Warning, "The path \"%s\" %s.", path.c_str(),
         endsEarly ? "has a NUL inside" : "is not UTF-8");
   os::SetLastSystemError(os::kErrorInvalidName);
   return false;

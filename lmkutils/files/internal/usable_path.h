@@ -11,7 +11,7 @@ namespace du::internal {
 
 // Whether the system can be given the path at all: not empty, UTF-8, no NUL inside, which would hide the rest
 // of it. Otherwise the reason is left behind as the system's last error, and traced but for the empty path.
-bool IsUsablePath(std::string_view path) noexcept;
+bool IsUsablePath(const std::string& path) noexcept;
 
 // The long form of the path when trying that after the plain path makes sense on this system; else empty.
 // Keeps the last error. Throws std::bad_alloc.

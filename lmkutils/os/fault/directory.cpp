@@ -3,10 +3,13 @@
 #include <utility>
 
 #include "lmkutils/os/directory.h"
+#include "lmkutils/os/fault/fault.h"
 
 namespace os {
 
 SystemError RealCurrentDirectory(std::string& out) noexcept;
+SystemError RealMakeDirectory(const char* path, DirectoryAccess access) noexcept;
+SystemError RealRemoveEmptyDirectory(const char* path) noexcept;
 
 namespace fault {
 namespace {
@@ -33,6 +36,16 @@ SystemError AnswerCurrentDirectory(std::string& out) {
 
 SystemError CurrentDirectory(std::string& out) noexcept {
   return fault::AnswerCurrentDirectory(out);
+}
+
+SystemError MakeDirectory(const char* path, DirectoryAccess access) noexcept {
+  const fault::Verdict verdict = fault::Consult(fault::Call::kDirectoryMake);
+  return verdict.fail ? verdict.error : RealMakeDirectory(path, access);
+}
+
+SystemError RemoveEmptyDirectory(const char* path) noexcept {
+  const fault::Verdict verdict = fault::Consult(fault::Call::kDirectoryRemove);
+  return verdict.fail ? verdict.error : RealRemoveEmptyDirectory(path);
 }
 
 }  // namespace os

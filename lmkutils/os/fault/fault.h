@@ -17,20 +17,32 @@ namespace os::fault {
 
 // The kinds of call that can fail, one for each function of rename.h (several may share one). Sorted.
 enum class Call : unsigned {
+  kDirectoryMake,
+  kDirectoryRemove,
   kFileClose,
+  kFileCreate,
+  kFileLock,
   kFileOpen,
   kFileRead,
+  kFileRemove,
+  kFileRename,
   kFileSeek,
+  kFileStatus,
+  kFileUnlock,
   kFileWrite,
   kHeapAllocate,
   kHeapReallocate,
   kMutexAcquire,
   kMutexRelease,
+  kNativeText,
   kOtherThreadsKilled,  // "fails" by answering that they were
   kSemaphoreSignal,
   kSemaphoreWait,
+  kShortPath,
   kStreamOpen,
   kThreadStart,
+  kTreeList,
+  kTreeStep,
   kCount,  // not a kind
 };
 

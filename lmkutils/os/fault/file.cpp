@@ -7,6 +7,10 @@
 namespace os {
 
 SystemError RealOpenForAppending(const char* path, File* file) noexcept;
+SystemError RealOpenForReading(const char* path, File* file) noexcept;
+SystemError RealCreatePrivateFile(const char* path, File* file) noexcept;
+SystemError RealRemoveFile(const char* path) noexcept;
+SystemError RealRenameEntry(const char* from, const char* to) noexcept;
 SystemError RealReadOnce(File file, void* data, std::size_t size, std::size_t* count) noexcept;
 SystemError RealSeekFile(File file, std::int64_t offset, SeekFrom from, std::int64_t* position) noexcept;
 SystemError RealWriteOnce(File file, const void* data, std::size_t size, std::size_t* written) noexcept;
@@ -17,6 +21,30 @@ SystemError OpenForAppending(const char* path, File* file) noexcept {
   if (!verdict.fail) return RealOpenForAppending(path, file);
   *file = File::kNone;
   return verdict.error;
+}
+
+SystemError OpenForReading(const char* path, File* file) noexcept {
+  const fault::Verdict verdict = fault::Consult(fault::Call::kFileOpen);
+  if (!verdict.fail) return RealOpenForReading(path, file);
+  *file = File::kNone;
+  return verdict.error;
+}
+
+SystemError CreatePrivateFile(const char* path, File* file) noexcept {
+  const fault::Verdict verdict = fault::Consult(fault::Call::kFileCreate);
+  if (!verdict.fail) return RealCreatePrivateFile(path, file);
+  *file = File::kNone;
+  return verdict.error;
+}
+
+SystemError RemoveFile(const char* path) noexcept {
+  const fault::Verdict verdict = fault::Consult(fault::Call::kFileRemove);
+  return verdict.fail ? verdict.error : RealRemoveFile(path);
+}
+
+SystemError RenameEntry(const char* from, const char* to) noexcept {
+  const fault::Verdict verdict = fault::Consult(fault::Call::kFileRename);
+  return verdict.fail ? verdict.error : RealRenameEntry(from, to);
 }
 
 // A failure with error 0 is a short read, without bytes an early end.

@@ -4,24 +4,48 @@
 #ifndef LMKUTILS_OS_FAULT_RENAME_H
 #define LMKUTILS_OS_FAULT_RENAME_H
 
+#define CheckWritable RealCheckWritable
 #define CloseFile RealCloseFile
 #define CloseStream RealCloseStream
 #define CounterFrequency RealCounterFrequency
+#define CreatePrivateFile RealCreatePrivateFile
 #define CurrentDirectory RealCurrentDirectory
 #define GetCapabilities RealGetCapabilities
+#define LockRange RealLockRange
+#define MakeDirectory RealMakeDirectory
 #define MutexAcquire RealMutexAcquire
 #define MutexRelease RealMutexRelease
 #define MutexTryAcquire RealMutexTryAcquire
+#define NativeText RealNativeText
 #define OpenDescriptor RealOpenDescriptor
 #define OpenForAppending RealOpenForAppending
+#define OpenForReading RealOpenForReading
+#define OpenLockFile RealOpenLockFile
 #define OtherThreadsKilled RealOtherThreadsKilled
+#define QueryFileStatus RealQueryFileStatus
 #define ReadCounter RealReadCounter
 #define ReadOnce RealReadOnce
+#define RemoveEmptyDirectory RealRemoveEmptyDirectory
+#define RemoveFile RealRemoveFile
+#define RenameEntry RealRenameEntry
 #define SeekFile RealSeekFile
 #define SemaphoreSignal RealSemaphoreSignal
 #define SemaphoreWait RealSemaphoreWait
+#define SetFileMode RealSetFileMode
+#define SetFileTimes RealSetFileTimes
+#define ShortPath RealShortPath
 #define StreamOfDescriptor RealStreamOfDescriptor
 #define ThreadStart RealThreadStart
+#define TreeCreatePrivateFile RealTreeCreatePrivateFile
+#define TreeEnter RealTreeEnter
+#define TreeLeave RealTreeLeave
+#define TreeList RealTreeList
+#define TreeMakeDirectory RealTreeMakeDirectory
+#define TreeOpenForReading RealTreeOpenForReading
+#define TreeRemoveDirectory RealTreeRemoveDirectory
+#define TreeRemoveFile RealTreeRemoveFile
+#define TreeReplace RealTreeReplace
+#define UnlockRange RealUnlockRange
 #define WallSeconds RealWallSeconds
 #define WriteOnce RealWriteOnce
 

@@ -42,6 +42,31 @@ SystemError CurrentDirectoryOfDrive(char /*letter*/, std::string& out) noexcept 
   return kErrorNotSupported;
 }
 
+SystemError ChangeDirectory(const char* path) noexcept {
+  try {
+    return chdir(posix::NativePath(path).c_str()) == 0 ? kSuccess : LastSystemError();
+  } catch (const std::exception&) {
+    return kErrorNotEnoughMemory;
+  }
+}
+
+SystemError MakeDirectory(const char* path, DirectoryAccess access) noexcept {
+  const mode_t mode = access == DirectoryAccess::kPrivate ? 0700 : 0777;
+  try {
+    return mkdir(posix::NativePath(path).c_str(), mode) == 0 ? kSuccess : LastSystemError();
+  } catch (const std::exception&) {
+    return kErrorNotEnoughMemory;
+  }
+}
+
+SystemError RemoveEmptyDirectory(const char* path) noexcept {
+  try {
+    return rmdir(posix::NativePath(path).c_str()) == 0 ? kSuccess : LastSystemError();
+  } catch (const std::exception&) {
+    return kErrorNotEnoughMemory;
+  }
+}
+
 bool IsDirectory(const std::string& path) noexcept {
   if (path.find('\0') != std::string::npos) return false;
   try {

@@ -4,6 +4,7 @@
 
 #include <windows.h>
 
+#include "lmkutils/os/win32/private_access.h"
 #include "lmkutils/os/win32/wide.h"
 
 namespace os {
@@ -41,6 +42,28 @@ SystemError CurrentDirectoryOfDrive(char letter, std::string& out) noexcept {
   const wchar_t drive[] = {static_cast<wchar_t>(letter), L':', L'\0'};
   return ReadPath(
       [&drive](DWORD size, wchar_t* buffer) { return GetFullPathNameW(drive, size, buffer, nullptr); }, out);
+}
+
+SystemError ChangeDirectory(const char* path) noexcept {
+  std::wstring wide;
+  if (const SystemError error = win32::Widen(path, wide)) return error;
+  return SetCurrentDirectoryW(wide.c_str()) != 0 ? kSuccess : GetLastError();
+}
+
+SystemError MakeDirectory(const char* path, DirectoryAccess access) noexcept {
+  std::wstring wide;
+  if (const SystemError error = win32::Widen(path, wide)) return error;
+  if (access == DirectoryAccess::kDefault) {
+    return CreateDirectoryW(wide.c_str(), nullptr) != 0 ? kSuccess : GetLastError();
+  }
+  const win32::PrivateAccess mine;
+  return CreateDirectoryW(wide.c_str(), mine.Attributes()) != 0 ? kSuccess : GetLastError();
+}
+
+SystemError RemoveEmptyDirectory(const char* path) noexcept {
+  std::wstring wide;
+  if (const SystemError error = win32::Widen(path, wide)) return error;
+  return RemoveDirectoryW(wide.c_str()) != 0 ? kSuccess : GetLastError();
 }
 
 bool IsDirectory(const std::string& path) noexcept {

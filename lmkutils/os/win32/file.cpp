@@ -6,29 +6,20 @@
 
 #include <windows.h>
 
+#include "lmkutils/os/win32/handle.h"
+#include "lmkutils/os/win32/long_form.h"
+#include "lmkutils/os/win32/private_access.h"
+#include "lmkutils/os/win32/remove_file.h"
 #include "lmkutils/os/win32/wide.h"
 
 namespace os {
 namespace {
 
-HANDLE Handle(File file) {
-  return reinterpret_cast<HANDLE>(static_cast<std::intptr_t>(file));
-}
+using win32::Handle;
 
 // What one call moves at most.
 DWORD PartSize(std::size_t size) {
   return static_cast<DWORD>(std::min<std::size_t>(size, 0x40000000));
-}
-
-// The form without a limit on its length, of any path; empty when the system cannot complete it. Throws
-// std::bad_alloc.
-std::wstring LongForm(const std::wstring& path) {
-  const DWORD size = GetFullPathNameW(path.c_str(), 0, nullptr, nullptr);
-  std::wstring full(size, L'\0');
-  full.resize(size == 0 ? 0 : GetFullPathNameW(path.c_str(), size, full.data(), nullptr));
-  if (full.empty() || full.starts_with(LR"(\\?\)") || full.starts_with(LR"(\\.\)")) return {};
-  if (full.starts_with(LR"(\\)")) return LR"(\\?\UNC)" + full.substr(1);
-  return LR"(\\?\)" + full;
 }
 
 HANDLE OpenWide(const std::wstring& path) {
@@ -47,16 +38,41 @@ SystemError OpenForAppending(const char* path, File* file) noexcept {
     HANDLE handle = OpenWide(wide);
     SystemError error = handle == INVALID_HANDLE_VALUE ? GetLastError() : kSuccess;
     if (error == ERROR_PATH_NOT_FOUND || error == ERROR_FILENAME_EXCED_RANGE) {
-      if (const std::wstring longForm = LongForm(wide); !longForm.empty()) {
+      if (const std::wstring longForm = win32::LongForm(wide); !longForm.empty()) {
         handle = OpenWide(longForm);
         error = handle == INVALID_HANDLE_VALUE ? GetLastError() : kSuccess;
       }
     }
-    *file = static_cast<File>(reinterpret_cast<std::intptr_t>(handle));
+    *file = win32::FileOf(handle);
     return error;
   } catch (const std::exception&) {
     return kErrorNotEnoughMemory;
   }
+}
+
+SystemError OpenForReading(const char* path, File* file) noexcept {
+  *file = File::kNone;
+  std::wstring wide;
+  if (const SystemError error = win32::Widen(path, wide)) return error;
+  const HANDLE handle = CreateFileW(wide.c_str(), GENERIC_READ, win32::kShareAll, nullptr, OPEN_EXISTING,
+                                    FILE_FLAG_SEQUENTIAL_SCAN, nullptr);
+  if (handle == INVALID_HANDLE_VALUE) return GetLastError();
+  if (GetFileType(handle) != FILE_TYPE_DISK) {
+    CloseHandle(handle);
+    return kErrorAccessDenied;
+  }
+  *file = win32::FileOf(handle);
+  return kSuccess;
+}
+
+SystemError CreatePrivateFile(const char* path, File* file) noexcept {
+  *file = File::kNone;
+  std::wstring wide;
+  if (const SystemError error = win32::Widen(path, wide)) return error;
+  const win32::PrivateAccess access;
+  *file = win32::FileOf(CreateFileW(wide.c_str(), GENERIC_READ | GENERIC_WRITE, 0, access.Attributes(),
+                                    CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr));
+  return *file != File::kNone ? kSuccess : GetLastError();
 }
 
 SystemError ReadOnce(File file, void* data, std::size_t size, std::size_t* count) noexcept {
@@ -87,9 +103,27 @@ SystemError SeekFile(File file, std::int64_t offset, SeekFrom from, std::int64_t
   return kSuccess;
 }
 
+SystemError FlushFile(File file) noexcept {
+  return FlushFileBuffers(Handle(file)) != 0 ? kSuccess : GetLastError();
+}
+
 SystemError CloseFile(File file) noexcept {
   if (file == File::kNone || CloseHandle(Handle(file)) != 0) return kSuccess;
   return GetLastError();
+}
+
+SystemError RemoveFile(const char* path) noexcept {
+  std::wstring wide;
+  if (const SystemError error = win32::Widen(path, wide)) return error;
+  return win32::RemoveFileOrLink(wide.c_str()) ? kSuccess : GetLastError();
+}
+
+SystemError RenameEntry(const char* from, const char* to) noexcept {
+  std::wstring source;
+  std::wstring target;
+  if (const SystemError error = win32::Widen(from, source)) return error;
+  if (const SystemError error = win32::Widen(to, target)) return error;
+  return MoveFileExW(source.c_str(), target.c_str(), 0) != 0 ? kSuccess : GetLastError();
 }
 
 bool IsRegularFile(const char* path) noexcept {
