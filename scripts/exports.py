@@ -4,8 +4,8 @@
   exports.py PRESET            0 when they agree, 1 with the differences when not
   exports.py PRESET --update   writes the list
 
-Listed are demangled names. Left out are those that the compiler decides on, not we: instances of the standard library's
-templates; on linux everything weak (inline functions, type information, tables of virtual functions), on Windows the
+Listed are demangled names. Left out are those that the compiler decides on, not we: parts that it splits off, instances of the standard
+library's templates; on linux everything weak (inline functions, type information, tables of virtual functions), on Windows the
 inline members that exporting a class drags along and what else has no address in our sources."""
 import pathlib
 import re
@@ -16,7 +16,7 @@ ROOT = pathlib.Path(__file__).resolve().parents[1]
 TOOLS = {"linux": "", "windows-x86": "i686-w64-mingw32-", "windows-x64": "x86_64-w64-mingw32-"}
 # Virtual tables, type information, thunks: weak on linux as a rule, and no name that a caller writes.
 COMPILER_MADE = re.compile(r"^(vtable|VTT|typeinfo|typeinfo name|construction vtable|guard variable|reference temporary|TLS \w+ function)"
-                           r" for |^(non-virtual|virtual) thunk to |(^|\s)(std|__gnu_cxx|__cxxabiv1)::[^(]*\(|^(std|__gnu_cxx)::")
+                           r" for |^(non-virtual|virtual) thunk to |(^|\s)(std|__gnu_cxx|__cxxabiv1)::[^(]*\(|^(std|__gnu_cxx)::| \[clone ")
 
 
 def run(*command, text=None):
