@@ -39,6 +39,9 @@ std::uintptr_t CurrentThreadToken() noexcept;
 
 void YieldThread() noexcept;
 
+// Tells the processor that this thread polls; some tens of cycles.
+void PauseProcessor() noexcept;
+
 // True once the end of the process has killed all threads but this one, perhaps inside a lock: what one of
 // them had to do first will never happen. Always false where threads run on until the process is gone.
 bool OtherThreadsKilled() noexcept;

@@ -4,6 +4,7 @@
 #include <cassert>
 #include <new>
 
+#include "lmkutils/os/back_off.h"
 #include "lmkutils/os/memory.h"
 #include "lmkutils/os/thread.h"
 #include "lmkutils/platform/internal/holder_records.h"
@@ -19,6 +20,7 @@ using internal::HolderRecords;
 namespace {
 
 constexpr unsigned kNoLimit = 0;  // of Semaphore::Wait
+constexpr unsigned kSpins = 500;
 
 State::Step BeginFreshWrite(State::Word word) noexcept {
   return State::BeginWrite(word, false);
@@ -71,6 +73,14 @@ struct ReadWriteLock::Impl {
     }
     if (listed != nullptr) records.GiveUp(*listed);
     return {.record = nullptr, .wait = false};
+  }
+
+  // The word as soon as it admits a writer, or as it is after a while. A writer that queues up is handed the
+  // lock, which costs both threads a turn in the kernel.
+  State::Word PollForWrite(State::Word seen) const noexcept {
+    for (os::BackOff backOff(kSpins); !State::MayWrite(seen) && backOff.Pause();)
+      seen = state.load(std::memory_order_relaxed);
+    return seen;
   }
 
   void Wake(const State::Step& step) {
@@ -138,7 +148,7 @@ void ReadWriteLock::WriteLock() {
   HolderRecord* record = impl_->records.Find(word, thread);
   bool wait = false;
   if (record == nullptr) {
-    const Impl::Entry entry = impl_->Enter(word, thread, BeginFreshWrite, kAlways);
+    const Impl::Entry entry = impl_->Enter(impl_->PollForWrite(word), thread, BeginFreshWrite, kAlways);
     record = entry.record;
     wait = entry.wait;
   } else if (record->writeDepth == 0) {

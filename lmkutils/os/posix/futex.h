@@ -20,13 +20,6 @@ void FutexWake(const void* word, std::uint32_t count) noexcept;
 // The steady clock's time that many milliseconds from now.
 timespec DeadlineIn(std::uint32_t milliseconds) noexcept;
 
-// Tells the processor that this thread is polling.
-inline void PauseProcessor() noexcept {
-#if defined(__x86_64__) || defined(__i386__)
-  __builtin_ia32_pause();
-#endif
-}
-
 }  // namespace os
 
 #endif

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <new>
 
+#include "lmkutils/os/back_off.h"
 #include "lmkutils/os/memory.h"
 #include "lmkutils/os/posix/futex.h"
 #include "lmkutils/os/posix/thread_token.h"
@@ -50,10 +51,8 @@ void Sleep(Lock& lock, std::uintptr_t self) noexcept {
     ++lock.depth;
     return;
   }
-  for (unsigned tries = lock.spinCount; tries != 0; --tries) {
-    PauseProcessor();
+  for (BackOff backOff(lock.spinCount); backOff.Pause();)
     if (lock.word.load(std::memory_order_relaxed) == 0 && Take(lock, self)) return;
-  }
   Sleep(lock, self);
 }
 

@@ -155,6 +155,12 @@ void YieldThread() noexcept {
   sched_yield();
 }
 
+void PauseProcessor() noexcept {
+#if defined(__x86_64__) || defined(__i386__)
+  __builtin_ia32_pause();
+#endif
+}
+
 bool OtherThreadsKilled() noexcept {
   return false;
 }

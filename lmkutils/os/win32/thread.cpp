@@ -105,6 +105,10 @@ void YieldThread() noexcept {
   SwitchToThread();
 }
 
+void PauseProcessor() noexcept {
+  YieldProcessor();
+}
+
 bool OtherThreadsKilled() noexcept {
   using Question = BOOLEAN(WINAPI*)();
   // Not by the guard of a local static: a killed thread might hold that.
