@@ -14,8 +14,22 @@ bool IsDigit(char c) {
   return c >= '0' && c <= '9';
 }
 
+bool IsLetter(char c) {
+  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+}
+
 bool IsFlag(char c) {
   return c == '-' || c == '+' || c == '#' || c == '0' || c == ' ';
+}
+
+// The text's length; `limit` when it is not shorter. Most texts are, by far, and a call of the run-time
+// library costs more than they do.
+std::size_t LengthWithin(const char* text, std::size_t limit) {
+  const std::size_t shortLimit = std::min<std::size_t>(limit, 32);
+  for (std::size_t length = 0; length < shortLimit; ++length)
+    if (text[length] == '\0') return length;
+  const void* const end = std::memchr(text + shortLimit, '\0', limit - shortLimit);
+  return end != nullptr ? static_cast<std::size_t>(static_cast<const char*>(end) - text) : limit;
 }
 
 // The longest prefix of at most `limit` bytes that does not end inside a UTF-8 character. Bytes that are not
@@ -43,10 +57,9 @@ PrintfFormatter::PrintfFormatter(const char* format, std::size_t bufferSize)
 
 bool PrintfFormatter::SkipToNextFormat() noexcept {
   textBegin_ = position_;
-  const char* const percent = std::strchr(position_, '%');
-  position_ = percent != nullptr ? percent : position_ + std::strlen(position_);
+  while (*position_ != '%' && *position_ != '\0') ++position_;
   textEnd_ = position_;
-  return percent != nullptr;
+  return *position_ == '%';
 }
 
 bool PrintfFormatter::ProcessFormatSequence(std::va_list& args) noexcept {
@@ -59,11 +72,14 @@ bool PrintfFormatter::ProcessFormatSequence(std::va_list& args) noexcept {
     return true;
   }
   specLength_ = 0;
-  specFits_ = plain_ = true;
+  specFits_ = true;
   CopyFormatSpecChar('%');
-  CopyFlags();
-  CopyWidth(args);
-  CopyPrecision(args);
+  plain_ = IsLetter(*position_);
+  if (!plain_) {
+    CopyFlags();
+    CopyWidth(args);
+    CopyPrecision(args);
+  }
   const Length length = ReadLength();
   const char conversion = *position_;
   // An end of the format is never stepped over, and a '%' starts a conversion of its own.
@@ -111,21 +127,16 @@ void PrintfFormatter::FinalizeFormatSpec() noexcept {
 }
 
 void PrintfFormatter::CopyFlags() noexcept {
-  for (; IsFlag(*position_); ++position_) {
-    CopyFormatSpecChar(*position_);
-    plain_ = false;
-  }
+  for (; IsFlag(*position_); ++position_) CopyFormatSpecChar(*position_);
 }
 
 void PrintfFormatter::CopyWidth(std::va_list& args) noexcept {
   if (*position_ == '*') {
     ++position_;
-    plain_ = false;
     const int width = va_arg(args, int);
     if (width < 0) CopyFormatSpecChar('-');
     CopyNumber(width == INT_MIN ? INT_MAX : std::abs(width));
   } else if (IsDigit(*position_)) {
-    plain_ = false;
     CopyNumber(ReadNumber());
   }
 }
@@ -133,7 +144,6 @@ void PrintfFormatter::CopyWidth(std::va_list& args) noexcept {
 void PrintfFormatter::CopyPrecision(std::va_list& args) noexcept {
   if (*position_ != '.') return;
   ++position_;
-  plain_ = false;
   if (*position_ == '*') {
     ++position_;
     const int precision = va_arg(args, int);
@@ -222,9 +232,9 @@ bool PrintfFormatter::FormatText(Length length, std::va_list& args) noexcept {
   const char* text = va_arg(args, const char*);
   if (text == nullptr) text = "(null)";
   if (!plain_) return PrintValue(Length::kNone, 's', text);
-  const void* const end = std::memchr(text, '\0', bufferSize_);
+  const std::size_t size = LengthWithin(text, bufferSize_);
   argBegin_ = text;
-  argEnd_ = end != nullptr ? static_cast<const char*>(end) : text + CutLength(text, bufferSize_ - 1);
+  argEnd_ = text + (size < bufferSize_ ? size : CutLength(text, bufferSize_ - 1));
   return true;
 }
 

@@ -40,9 +40,8 @@ std::string_view TypeField(const TraceFormatter& record) {
   }
 }
 
-void PutWithoutLineFeeds(std::string_view text, TextBuffer& out) {
-  char* at = out.End();
-  out.Put(text);
+// In what was put there since `at`.
+void BlankLineFeeds(char* at, TextBuffer& out) {
   while ((at = static_cast<char*>(std::memchr(at, '\n', static_cast<std::size_t>(out.End() - at)))) !=
          nullptr)
     *at = ' ';
@@ -64,8 +63,9 @@ constexpr SpecialBytes kObjectSpecial = MakeSpecialBytes("");
 constexpr SpecialBytes kXmlSpecial = MakeSpecialBytes("&<>'\"");
 
 bool HasSpecial(std::string_view text, const SpecialBytes& special) {
-  return std::any_of(text.begin(), text.end(),
-                     [&special](char c) { return special[static_cast<unsigned char>(c)]; });
+  for (const char c : text)
+    if (special[static_cast<unsigned char>(c)]) return true;
+  return false;
 }
 
 // Appends well-formed text, each byte replaced for which `replacementOf` gives something. Runs of other bytes
@@ -172,6 +172,42 @@ bool LooksLikeObject(std::string_view text) {
   return text.size() >= 2 && text.front() == '{' && text.back() == '}';
 }
 
+// What a JSON record holds of the caller's texts.
+struct JsonTexts {
+  std::string_view key;
+  std::string_view subKey;
+  std::string_view message;
+  bool isObject;  // the message is one, and no string
+
+  // False, as a rule: all of them can be written as they are.
+  bool HaveSpecial() const {
+    return HasSpecial(key, kJsonSpecial) || HasSpecial(subKey, kJsonSpecial) ||
+           HasSpecial(message, isObject ? kObjectSpecial : kJsonSpecial);
+  }
+};
+
+void PutJsonLine(const TraceFormatter& record, const JsonTexts& texts, RecordTime& time,
+                 std::string_view trackingId, TextBuffer& out) {
+  out.Reserve(kFixedSize + trackingId.size() + texts.key.size() + texts.subKey.size() + texts.message.size());
+  out.Put("{\"level\" :\"");
+  out.Put(LevelName(record.GetType()));
+  out.Put("\", \"trackingId\" :\"");
+  out.Put(trackingId);
+  out.Put("\", \"subkey\" :\"");
+  out.Put(texts.subKey);
+  out.Put("\", \"source\" :\"");
+  out.Put(texts.key);
+  out.Put("\", \"threadId\" :");
+  out.Put(record.GetThreadId());
+  out.Put(", \"procId\" :");
+  out.Put(record.GetProcId());
+  out.Put(", \"time\" :\"");
+  out.PutWith([&](char* at) { return time.Write(record.GetTime(), at); });
+  out.Put(texts.isObject ? "\", \"message\" :" : "\", \"message\" : \"");
+  out.Put(texts.message);
+  out.Put(texts.isObject ? "}\n" : "\"}\n");
+}
+
 }  // namespace
 
 std::string_view JsonEscaped(std::string_view text, std::string& storage) {
@@ -204,43 +240,32 @@ void AppendPlainLine(const TraceFormatter& record, RecordTime& time, TextBuffer&
   out.Put(record.GetProcId());
   out.Put(' ');
   out.Put(record.GetThreadId());
+  char* const texts = out.End();
   out.Put(' ');
-  PutWithoutLineFeeds(key, out);
+  out.Put(key);
   out.Put(' ');
-  PutWithoutLineFeeds(subKey, out);
+  out.Put(subKey);
   out.Put(' ');
-  PutWithoutLineFeeds(text, out);
+  out.Put(text);
+  BlankLineFeeds(texts, out);
   out.Put('\n');
 }
 
 void AppendJsonLine(const TraceFormatter& record, RecordTime& time, std::string_view trackingId,
                     TextBuffer& out) {
+  JsonTexts texts{.key = View(record.GetKey()),
+                  .subKey = View(record.GetSubKey()),
+                  .message = record.GetText(),
+                  .isObject = LooksLikeObject(record.GetText())};
+  if (!texts.HaveSpecial()) return PutJsonLine(record, texts, time, trackingId, out);
   std::string keyStorage;
   std::string subKeyStorage;
-  std::string textStorage;
-  const std::string_view key = JsonEscaped(View(record.GetKey()), keyStorage);
-  const std::string_view subKey = JsonEscaped(View(record.GetSubKey()), subKeyStorage);
-  const bool isObject = LooksLikeObject(record.GetText());
-  const std::string_view text =
-      isObject ? JsonObject(record.GetText(), textStorage) : JsonEscaped(record.GetText(), textStorage);
-  out.Reserve(kFixedSize + trackingId.size() + key.size() + subKey.size() + text.size());
-  out.Put("{\"level\" :\"");
-  out.Put(record.GetLevel());
-  out.Put("\", \"trackingId\" :\"");
-  out.Put(trackingId);
-  out.Put("\", \"subkey\" :\"");
-  out.Put(subKey);
-  out.Put("\", \"source\" :\"");
-  out.Put(key);
-  out.Put("\", \"threadId\" :");
-  out.Put(record.GetThreadId());
-  out.Put(", \"procId\" :");
-  out.Put(record.GetProcId());
-  out.Put(", \"time\" :\"");
-  out.PutWith([&](char* at) { return time.Write(record.GetTime(), at); });
-  out.Put(isObject ? "\", \"message\" :" : "\", \"message\" : \"");
-  out.Put(text);
-  out.Put(isObject ? "}\n" : "\"}\n");
+  std::string messageStorage;
+  texts.key = JsonEscaped(texts.key, keyStorage);
+  texts.subKey = JsonEscaped(texts.subKey, subKeyStorage);
+  texts.message =
+      texts.isObject ? JsonObject(texts.message, messageStorage) : JsonEscaped(texts.message, messageStorage);
+  PutJsonLine(record, texts, time, trackingId, out);
 }
 
 void AppendXmlElement(const TraceFormatter& record, RecordTime& time, TextBuffer& out) {

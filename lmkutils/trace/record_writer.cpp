@@ -2,6 +2,7 @@
 
 #include "lmkutils/platform/environment.h"
 #include "lmkutils/trace/internal/record_text.h"
+#include "lmkutils/trace/internal/type_name.h"
 
 namespace dp::internal {
 namespace {
@@ -34,14 +35,13 @@ std::string_view RecordWriter::Write(const TraceFormatter& record) {
     AppendXmlElement(record, localTime_, text_);
   } else if (!json_) {
     AppendPlainLine(record, localTime_, text_);
-  } else if (Wants(record.GetLevel())) {
+  } else if (levels_.empty() || Wants(LevelName(record.GetType()))) {
     AppendJsonLine(record, utcTime_, trackingId_, text_);
   }
   return text_.View();
 }
 
 bool RecordWriter::Wants(std::string_view level) const noexcept {
-  if (levels_.empty()) return true;
   for (std::string_view rest = levels_;;) {
     const std::size_t comma = rest.find(',');
     if (Trimmed(rest.substr(0, comma)) == level) return true;

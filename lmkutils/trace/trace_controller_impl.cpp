@@ -45,7 +45,7 @@ bool IsBlank(const std::string& text) {
   return text.find_first_not_of(" \t\n\v\f\r") == text.npos;
 }
 
-bool Takes(TraceConsumer& consumer, const TraceFormatter& record) noexcept {
+inline bool Takes(TraceConsumer& consumer, const TraceFormatter& record) noexcept {
   try {
     return consumer.ConsumeMessage(&record);
   } catch (...) {
@@ -252,8 +252,9 @@ void TraceControllerImpl::Broadcast(const TraceFormatter& record) {
 
 bool TraceControllerImpl::Offer(const TraceFormatter& record) noexcept {
   const ScopedLock guard(controllerLock);
-  return std::any_of(consumers_.rbegin(), consumers_.rend(),
-                     [&record](const auto& consumer) { return Takes(*consumer, record); });
+  for (auto consumer = consumers_.rbegin(); consumer != consumers_.rend(); ++consumer)
+    if (Takes(**consumer, record)) return true;
+  return false;
 }
 
 }  // namespace dp::internal

@@ -130,16 +130,7 @@ bool TraceFormatter::FormatJson(const std::vector<std::string>& pairs) noexcept 
 }
 
 const char* TraceFormatter::GetLevel() const noexcept {
-  switch (type_) {
-    case TraceType::Debug:
-      return "debug";
-    case TraceType::Warning:
-      return "warn";
-    case TraceType::Error:
-      return "error";
-    default:
-      return "info";
-  }
+  return internal::LevelName(type_).data();
 }
 
 TraceFormatter& TraceFormatter::operator<<(std::ostream& (*manipulator)(std::ostream&)) noexcept {
@@ -193,7 +184,8 @@ void TraceFormatter::AppendUnsigned(unsigned long long value) noexcept {
 }
 
 void TraceFormatter::Append(std::string_view text) noexcept {
-  if (IsInert() || text.empty() || !MakeRoom(text.size())) return;
+  if (IsInert() || text.empty()) return;
+  if (textCapacity_ - textSize_ < text.size() && !MakeRoom(text.size())) return;
   char* const begin = longText_ != nullptr ? longText_ : shortText_.data();
   std::memcpy(begin + textSize_, text.data(), text.size());
   textSize_ += text.size();
@@ -201,7 +193,6 @@ void TraceFormatter::Append(std::string_view text) noexcept {
 
 // Without memory for its text the record becomes inert.
 bool TraceFormatter::MakeRoom(std::size_t size) noexcept {
-  if (textCapacity_ - textSize_ >= size) return true;
   const std::size_t capacity = std::max(textCapacity_ * 2, textSize_ + size);
   char* const longer = new (std::nothrow) char[capacity];
   if (longer == nullptr) {

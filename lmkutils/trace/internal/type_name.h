@@ -2,6 +2,8 @@
 #ifndef LMKUTILS_TRACE_INTERNAL_TYPE_NAME_H
 #define LMKUTILS_TRACE_INTERNAL_TYPE_NAME_H
 
+#include <string_view>
+
 #include "lmkutils/trace/trace_formatter.h"
 
 namespace dp::internal {
@@ -19,6 +21,20 @@ inline const char* TypeNameOrNull(TraceType type) noexcept {
       return "Error";
   }
   return nullptr;
+}
+
+// As in the member "level" of a record; "info" for values that are no severity.
+inline std::string_view LevelName(TraceType type) noexcept {
+  switch (type) {
+    case TraceType::Debug:
+      return "debug";
+    case TraceType::Warning:
+      return "warn";
+    case TraceType::Error:
+      return "error";
+    default:
+      return "info";
+  }
 }
 
 }  // namespace dp::internal
