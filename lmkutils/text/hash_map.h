@@ -257,6 +257,7 @@ class HashMap {
   void swap(HashMap& other) noexcept {
     std::swap(ends_, other.ends_);
     std::swap(size_, other.size_);
+    std::swap(reciprocal_, other.reciprocal_);
     buckets_.swap(other.buckets_);
     Relink();
     other.Relink();
@@ -332,16 +333,20 @@ class HashMap {
     }
   }
 
-  // Spreads the hash over 32 bits and scales those to the bucket count: a division costs more than a look-up.
-  static std::size_t Bucket(std::size_t hash, std::size_t buckets) noexcept {
-    const std::uint64_t spread = hash * std::uint64_t{0x9E3779B97F4A7C15u};
-    return static_cast<std::size_t>((spread >> 32) * buckets >> 32);
+  // Nearly the remainder of the hash by the bucket count, at a fraction of a division's cost: the product
+  // with the count's reciprocal is a fraction of 2^32, which is scaled to the count. Hashes that follow each
+  // other, as the addresses of symbols made in turn do, thus stand beside each other and seldom meet.
+  Node*& BucketOf(std::size_t hash) noexcept {
+    const auto folded = static_cast<std::uint32_t>(hash ^ std::uint64_t{hash} >> 32);
+    const std::uint32_t fraction = folded * reciprocal_;
+    return buckets_[static_cast<std::size_t>(std::uint64_t{fraction} * buckets_.size() >> 32)];
   }
+  Node* BucketOf(std::size_t hash) const noexcept { return const_cast<HashMap&>(*this).BucketOf(hash); }
 
   template <class K>
   Node* FindNode(const K& key, std::size_t hash) const {
     if (buckets_.empty()) return nullptr;
-    for (Node* node = buckets_[Bucket(hash, buckets_.size())]; node != nullptr; node = node->chain) {
+    for (Node* node = BucketOf(hash); node != nullptr; node = node->chain) {
       if (node->hash == hash && Equal()(node->value.first, key)) return node;
     }
     return nullptr;
@@ -379,8 +384,7 @@ class HashMap {
     }
     Node* const node = owner.Release();
     node->hash = hash;
-    Node*& bucket = buckets_[Bucket(hash, buckets_.size())];
-    node->chain = std::exchange(bucket, node);
+    node->chain = std::exchange(BucketOf(hash), node);
     node->previous = std::exchange(ends_.previous, node);
     node->previous->next = node;
     node->next = &ends_;
@@ -390,15 +394,16 @@ class HashMap {
 
   void Rehash(std::size_t bucketCount) {
     std::vector<Node*, BucketAlloc> fresh(bucketCount, nullptr);
+    buckets_.swap(fresh);
+    reciprocal_ = static_cast<std::uint32_t>(0xFFFFFFFFu / bucketCount + 1);
     for (Link* link = ends_.next; link != &ends_; link = link->next) {
       Node* const node = static_cast<Node*>(link);
-      node->chain = std::exchange(fresh[Bucket(node->hash, bucketCount)], node);
+      node->chain = std::exchange(BucketOf(node->hash), node);
     }
-    buckets_.swap(fresh);
   }
 
   void Erase(Node* node) noexcept {
-    Node** place = &buckets_[Bucket(node->hash, buckets_.size())];
+    Node** place = &BucketOf(node->hash);
     while (*place != node) place = &(*place)->chain;
     *place = node->chain;
     node->previous->next = node->next;
@@ -409,6 +414,7 @@ class HashMap {
 
   Link ends_;  // closes the list of all entries into a ring
   std::size_t size_ = 0;
+  std::uint32_t reciprocal_ = 0;  // 2^32 by the bucket count, rounded up
   std::vector<Node*, BucketAlloc> buckets_;
 };
 

@@ -239,7 +239,8 @@ struct PlacementHash<hash<Symbol>> {
   std::size_t operator()(const std::string& text) const noexcept { return Number(FindText(text)); }
 
  private:
-  static std::size_t Number(const char* text) noexcept { return reinterpret_cast<std::uintptr_t>(text); }
+  // Entries are more than 16 bytes apart.
+  static std::size_t Number(const char* text) noexcept { return reinterpret_cast<std::uintptr_t>(text) / 16; }
 };
 
 }  // namespace internal
