@@ -1,53 +1,48 @@
 #include "lmkutils/memory/common_allocator.h"
 
-#include <cstdint>
-#include <limits>
-
-#include "lmkutils/os/memory.h"
+#include "lmkutils/memory/internal/common_pools.h"
+#include "lmkutils/memory/internal/thread_cache.h"
 
 namespace du {
-namespace {
 
-// 64-bit run-time heaps put every block on 16 bytes, 32-bit ones promise 8 only: there, blocks that have to
-// lie on 16 are cut from larger ones, the distance to whose beginning, 8 or 16, is kept in front of them.
-constexpr bool kHeapAlignsTo16 = sizeof(void*) == 8;
-constexpr std::size_t kAlignment = 16;
-
-bool NeedsCutting(unsigned size) noexcept {
-  return !kHeapAlignsTo16 && size != 0 && size % kAlignment == 0;
-}
-
-void* Cut(char* block) noexcept {
-  if (block == nullptr) return nullptr;
-  const std::size_t distance = kAlignment - reinterpret_cast<std::uintptr_t>(block) % kAlignment;
-  char* const aligned = block + distance;
-  *reinterpret_cast<std::uint32_t*>(aligned - sizeof(std::uint32_t)) = static_cast<std::uint32_t>(distance);
-  return aligned;
-}
-
-}  // namespace
-
-void* CommonAllocatorImpl::Allocate(unsigned size, void* /*hint*/) {
-  void* block = nullptr;
-  if (!NeedsCutting(size)) {
-    block = os::HeapAllocate(size == 0 ? 1 : size);
-  } else if (std::uint64_t{size} + kAlignment <= std::numeric_limits<std::size_t>::max()) {
-    block = Cut(static_cast<char*>(os::HeapAllocate(size + kAlignment)));
+void* CommonAllocatorImpl::Allocate(unsigned size, void* hint) {
+#ifdef NDEBUG
+  internal::ThreadCache* cache = internal::ThreadCache::Current();
+  if (cache != nullptr && size <= internal::kLargestClassSize && cache->IsSettled()) [[likely]] {
+    if (void* block = cache->Pop(cache->ClassWithin(size))) [[likely]]
+      return block;
   }
-  if (block == nullptr) throw std::bad_alloc();
-  return block;
+#endif
+  return internal::AllocateTheLongWay(size, hint);
 }
 
 void CommonAllocatorImpl::Deallocate(void* block, unsigned size) noexcept {
-  if (block != nullptr && NeedsCutting(size)) {
-    char* const aligned = static_cast<char*>(block);
-    block = aligned - *reinterpret_cast<std::uint32_t*>(aligned - sizeof(std::uint32_t));
+  if (block == nullptr) return;
+#ifdef NDEBUG
+  internal::ThreadCache* cache = internal::ThreadCache::Current();
+  if (cache != nullptr && size <= internal::kLargestClassSize && cache->IsSettled()) [[likely]] {
+    if (cache->Push(cache->ClassWithin(size), block)) [[likely]]
+      return;
   }
-  os::HeapFree(block);
+#endif
+  internal::DeallocateTheLongWay(block, size);
+}
+
+unsigned CommonAllocatorImpl::GetRoundedSize(unsigned size) noexcept {
+  return MemPool::GetRoundedSize(size);
+}
+
+void CommonAllocatorImpl::PurgeEmptyBlocks() {
+  internal::PurgeCommonPools();
+}
+
+void CommonAllocatorImpl::GetBlockStatistics(MemPoolBlockStatistics& statistics, float sparseBelow,
+                                             bool usedOnly) {
+  internal::CommonPools::Instance().pool.GetBlockStatistics(statistics, sparseBelow, usedOnly);
 }
 
 unsigned GetLongevity(CommonAllocatorImpl*) noexcept {
-  return 0xFFFFFFFE;
+  return 0xFFFFFFFEU;
 }
 
 }  // namespace du

@@ -12,6 +12,8 @@
 
 namespace du {
 
+struct MemPoolBlockStatistics;
+
 // The one allocator that most of the library takes its memory from. Any thread. Blocks lie on 8 bytes, those
 // whose size is a multiple of 16 on 16.
 class LMK_API CommonAllocatorImpl {
@@ -22,6 +24,17 @@ class LMK_API CommonAllocatorImpl {
 
   // Returns a block; `size` is the one that was requested. Nothing for null.
   static void Deallocate(void* block, unsigned size) noexcept;
+
+  // What a request of `size` bytes takes; above 16384 the size itself.
+  [[nodiscard]] static unsigned GetRoundedSize(unsigned size) noexcept;
+
+  // Gives memory in which nothing is in use back to the system. The calling thread's cache of free blocks is
+  // emptied at once, those of other threads when they next allocate or free. Throws as Allocate does.
+  static void PurgeEmptyBlocks();
+
+  // As MemPool::GetBlockStatistics, for the common pool. Throws as Allocate does.
+  static void GetBlockStatistics(MemPoolBlockStatistics& statistics, float sparseBelow,
+                                 bool usedOnly = false);
 };
 
 // When the common allocator goes at process exit, see dp::ScheduleAtExitCall.

@@ -1,0 +1,185 @@
+#include "lmkutils/memory/internal/common_pools.h"
+
+#include <atomic>
+#include <cstring>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "lmkutils/memory/common_allocator.h"
+#include "lmkutils/memory/internal/size_classes.h"
+#include "lmkutils/testing/child_process.h"
+#include "lmkutils/testing/random.h"
+
+namespace du {
+namespace {
+
+using lmktest::Random;
+
+using Common = CommonAllocatorImpl;
+
+std::uint64_t HeldByCommonPool() {
+  unsigned held = 0;
+  internal::CommonPools::Instance().pool.GetAllocationStats(nullptr, &held);
+  return held;
+}
+
+std::uint64_t Cost(unsigned size) {
+  return internal::DirectMode() ? size : Common::GetRoundedSize(size);
+}
+
+TEST(CommonPools, HeldBytesAreThoseInUseWhateverTheCachesKeep) {
+  const std::uint64_t before = HeldByCommonPool();
+  std::vector<std::pair<void*, unsigned>> blocks;
+  std::uint64_t cost = 0;
+  Random random(5);
+  for (int i = 0; i < 5000; ++i) {
+    const unsigned size = random() % 17000;
+    blocks.emplace_back(Common::Allocate(size), size);
+    cost += Cost(size);
+  }
+  EXPECT_EQ(HeldByCommonPool(), before + cost);
+  for (const auto& [block, size] : blocks) Common::Deallocate(block, size);
+  EXPECT_EQ(HeldByCommonPool(), before);
+  EXPECT_TRUE(internal::CommonPools::Instance().pool.IsInSaneState());
+}
+
+TEST(CommonPools, AFailFlagReachesThroughTheCaches) {
+  MemPool& pool = internal::CommonPools::Instance().pool;
+  Common::Deallocate(Common::Allocate(48), 48);  // one is in the cache now
+  pool.SetFailOnNextRequest();
+  EXPECT_THROW(static_cast<void>(Common::Allocate(48)), std::bad_alloc);
+  EXPECT_THROW(static_cast<void>(Common::Allocate(480)), std::bad_alloc);
+  pool.ClearFailOnNextRequest();
+  Common::Deallocate(Common::Allocate(48), 48);
+}
+
+TEST(CommonPools, BlocksFreedByOtherThreadsFindTheirWayHome) {
+  const std::uint64_t before = HeldByCommonPool();
+  constexpr int kBlocks = 20000;
+  static std::atomic<void*> ring[64];
+  std::thread consumer([] {
+    for (int i = 0; i < kBlocks; ++i) {
+      void* block = nullptr;
+      while ((block = ring[i % 64].exchange(nullptr)) == nullptr) std::this_thread::yield();
+      EXPECT_EQ(static_cast<unsigned char*>(block)[71], static_cast<unsigned char>(i));
+      Common::Deallocate(block, 72);
+    }
+  });
+  for (int i = 0; i < kBlocks; ++i) {
+    void* block = Common::Allocate(72);
+    std::memset(block, i & 0xFF, 72);
+    void* empty = nullptr;
+    while (!ring[i % 64].compare_exchange_strong(empty, block)) {
+      empty = nullptr;
+      std::this_thread::yield();
+    }
+  }
+  consumer.join();
+  EXPECT_EQ(HeldByCommonPool(), before);
+  EXPECT_TRUE(internal::CommonPools::Instance().pool.IsInSaneState());
+}
+
+TEST(CommonPools, CachesOfEndedThreadsAreEmptied) {
+  if (internal::DirectMode()) GTEST_SKIP() << "without pooling there are no caches";
+  for (int i = 0; i < 50; ++i) {
+    std::thread([] {
+      std::vector<void*> blocks;
+      for (int k = 0; k < 100; ++k) blocks.push_back(Common::Allocate(520));
+      for (void* block : blocks) Common::Deallocate(block, 520);
+    }).join();
+  }
+  Common::PurgeEmptyBlocks();
+  MemPoolBlockStatistics statistics;
+  Common::GetBlockStatistics(statistics, 0);
+  for (const MemPoolClassStatistics& one : statistics.classes)
+    EXPECT_EQ(one.elementsCached, 0U) << one.label.data();
+}
+
+TEST(CommonPools, PurgingGivesMemoryBackToTheSystem) {
+  if (internal::DirectMode()) GTEST_SKIP() << "without pooling there is nothing to purge";
+  std::vector<std::pair<void*, unsigned>> blocks;
+  Random random(9);
+  for (int i = 0; i < 20000; ++i) {
+    const unsigned size = random() % 4000;
+    blocks.emplace_back(Common::Allocate(size), size);
+  }
+  const auto mapped = [] {
+    unsigned blockBytes = 0, extraBytes = 0;
+    internal::CommonPools::Instance().blocks.GetAllocationStats(nullptr, &blockBytes);
+    internal::CommonPools::Instance().extra.GetAllocationStats(nullptr, &extraBytes);
+    return blockBytes + extraBytes;
+  };
+  EXPECT_GE(mapped(), 30U << 20);
+  std::shuffle(blocks.begin(), blocks.end(), random);
+  for (const auto& [block, size] : blocks) Common::Deallocate(block, size);
+  Common::PurgeEmptyBlocks();
+  EXPECT_LE(mapped(), 2U << 20);
+}
+
+// What a process prints is what happened; a fault ends it before.
+#ifndef NDEBUG
+int FreeWrongly(const std::vector<std::string>& arguments) {
+  void* block = Common::Allocate(100);
+  if (arguments.at(0) == "twice") {
+    Common::Deallocate(block, 100);
+    Common::Deallocate(block, 100);
+  } else {
+    Common::Deallocate(block, 1000);
+  }
+  return 0;
+}
+const lmktest::ChildRole kFreeWrongly("free_wrongly", FreeWrongly);
+
+TEST(CommonPoolsDebug, WrongFreesAreReportedAndEndTheProcess) {
+  if (internal::DirectMode()) GTEST_SKIP() << "the run-time heap checks nothing";
+  const auto twice = lmktest::RunSelf("free_wrongly", {"twice"});
+  EXPECT_NE(twice.exitCode, 0);
+  EXPECT_NE(twice.err.find("(   97 to   104)\" is freed twice"), std::string::npos) << twice.err;
+  const auto wrong = lmktest::RunSelf("free_wrongly", {"size"});
+  EXPECT_NE(wrong.exitCode, 0);
+  EXPECT_NE(wrong.err.find("(   97 to   104)\" is freed with another size"), std::string::npos) << wrong.err;
+}
+#endif
+
+// A static object that frees after the allocator's end, and one that allocates.
+struct Late {
+  void* block = Common::Allocate(64);
+  ~Late() { Common::Deallocate(block, 64); }
+};
+int FreeLate(const std::vector<std::string>&) {
+  static const Late late;
+  std::thread([] { Common::Deallocate(Common::Allocate(64), 64); }).join();
+  return 0;
+}
+const lmktest::ChildRole kFreeLate("free_late", FreeLate);
+
+int FreeInAnotherKeysCallback(const std::vector<std::string>&) {
+  // The library's own thread-exit work may be done when this destructor runs.
+  struct Holder {
+    std::string* text = nullptr;
+  };
+  std::thread([] {
+    void* block = Common::Allocate(64);
+    std::thread([block] { Common::Deallocate(block, 64); }).join();
+  }).join();
+  return 0;
+}
+const lmktest::ChildRole kFreeInCallback("free_in_callback", FreeInAnotherKeysCallback);
+
+TEST(CommonPools, LateFreesAreHarmlessInEveryMode) {
+  const lmktest::Environment modes[] = {
+      {}, {{"LUMORA_MEM_HIGHERSPEED_LARGERFOOTPRINT", "1"}}, {{"LUMORA_MEM_MAXSPEED_MAXFOOTPRINT", "1"}}};
+  for (const auto& mode : modes) {
+    for (const char* role : {"free_late", "free_in_callback"}) {
+      const auto result = lmktest::RunSelf(role, {}, mode);
+      EXPECT_EQ(result.exitCode, 0) << role << result.err;
+      EXPECT_EQ(result.err, "") << role;
+    }
+  }
+}
+
+}  // namespace
+}  // namespace du

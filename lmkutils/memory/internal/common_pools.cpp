@@ -1,0 +1,91 @@
+#include "lmkutils/memory/internal/common_pools.h"
+
+#include <new>
+
+#include "lmkutils/memory/common_allocator.h"
+#include "lmkutils/memory/internal/attention.h"
+#include "lmkutils/memory/internal/block_ledger.h"
+#include "lmkutils/memory/internal/direct_heap.h"
+#include "lmkutils/memory/malloc_ctrl_registry.h"
+#include "lmkutils/os/process_end.h"
+#include "lmkutils/platform/internal/singleton.h"
+
+namespace du::internal {
+namespace {
+
+// Static: the pools must not need an allocator, and what they gave out is still read when they are gone.
+alignas(CommonPools) unsigned char storage[sizeof(CommonPools)];
+
+struct CommonTraits {
+  using Object = CommonPools;
+  static void Prepare() { MallocCtrlRegistry::Instance(); }
+  static Object* Create() { return ::new (storage) CommonPools; }
+  static void Destroy(Object* pools) noexcept {
+    attention.NoteGone();
+    // At the end of the process everything stays mapped and as it is: other threads may still read a text,
+    // and objects that die later may give blocks back, which then does nothing.
+    if (!os::ProcessIsEnding()) pools->~CommonPools();
+  }
+  static unsigned Longevity() noexcept { return GetLongevity(static_cast<CommonAllocatorImpl*>(nullptr)); }
+};
+
+using CommonSingleton = dp::internal::Singleton<CommonTraits>;
+
+// The cache to use after all, when the short way was not open: null when the long way is the only one.
+ThreadCache* UsableCache(CommonPools& pools) noexcept {
+  if ((attention.Get() & Attention::kFlags) != 0) return nullptr;
+  MemPoolState* state = pools.State();
+  if (state == nullptr) return nullptr;
+  ThreadCache* cache = commonCaches.CurrentOrMake(*state);
+  if (cache != nullptr && !cache->IsSettled()) cache->Flush();
+  return cache;
+}
+
+}  // namespace
+
+CommonPools& CommonPools::Instance() {
+  return CommonSingleton::Instance();
+}
+
+void* AllocateTheLongWay(unsigned size, void* hint) {
+  CommonPools& pools = CommonSingleton::Instance();
+  void* block = nullptr;
+  ThreadCache* cache = size <= kLargestClassSize ? UsableCache(pools) : nullptr;
+  if (cache != nullptr) {
+    const unsigned sizeClass = cache->ClassWithin(size);
+    block = cache->Pop(sizeClass);
+    if (block == nullptr) block = cache->Refill(sizeClass);
+    NoteHandedOut(block);
+  } else {
+    block = pools.pool.Allocate(size, hint);
+  }
+  if (block == nullptr) throw std::bad_alloc();
+  return block;
+}
+
+void DeallocateTheLongWay(void* block, unsigned size) noexcept {
+  CommonPools* pools = CommonSingleton::Existing();
+  if (pools == nullptr) {
+    if (DirectMode()) DirectFree(block, size);
+    return;
+  }
+  ThreadCache* cache = size <= kLargestClassSize ? UsableCache(*pools) : nullptr;
+  if (cache == nullptr) {
+    pools->pool.Free(block, size);
+    return;
+  }
+  const unsigned sizeClass = cache->ClassWithin(size);
+  NoteReturned(block, pools->State()->Existing(sizeClass), pools->pool.GetName());
+  if (!cache->Push(sizeClass, block)) cache->Overflow(sizeClass, block);
+}
+
+void PurgeCommonPools() {
+  CommonPools& pools = CommonSingleton::Instance();
+  attention.RequestPurge();
+  UsableCache(pools);  // empties the calling thread's
+  pools.pool.PurgeEmptyBlocks();
+  pools.blocks.PurgeEmptyBlocks();
+  pools.extra.PurgeEmptyBlocks();
+}
+
+}  // namespace du::internal

@@ -1,0 +1,231 @@
+#include "lmkutils/memory/internal/span_store.h"
+
+#include <algorithm>
+#include <exception>
+#include <new>
+#include <utility>
+
+#include "lmkutils/memory/internal/page_map.h"
+#include "lmkutils/memory/system_malloc_ctrl.h"
+#include "lmkutils/os/memory.h"
+
+namespace du::internal {
+namespace {
+
+constexpr std::uint32_t kLargestSpan = 65536;
+constexpr std::uint32_t kWantedElements = 4;
+
+// The smallest multiple of `blockSize` that wastes at most a sixteenth and has a few elements.
+std::uint32_t SpanBytes(unsigned elementSize, unsigned blockSize) noexcept {
+  std::uint32_t bytes = blockSize;
+  while (bytes < elementSize) bytes += blockSize;
+  while (bytes < kLargestSpan &&
+         (bytes / elementSize < kWantedElements || bytes % elementSize > bytes / 16)) {
+    bytes += blockSize;
+  }
+  return bytes;
+}
+
+std::pair<void*, unsigned> TryAllocate(SystemMallocCtrl* supplier, std::size_t bytes) noexcept {
+  try {
+    return supplier->Allocate(static_cast<unsigned>(bytes));
+  } catch (const std::exception&) {  // suppliers tell exhaustion either way
+    return {nullptr, 0};
+  }
+}
+
+// Room behind a Span for its marks.
+constexpr std::size_t MarkBytes(std::uint32_t capacity) noexcept {
+#ifdef NDEBUG
+  static_cast<void>(capacity);
+  return 0;
+#else
+  return (capacity + 31) / 32 * sizeof(std::atomic<std::uint32_t>);
+#endif
+}
+
+char* AlignedUp(void* block) noexcept {
+  const std::uintptr_t address = reinterpret_cast<std::uintptr_t>(block);
+  return static_cast<char*>(block) + ((0 - address) & (PageMap::kPageSize - 1));
+}
+
+}  // namespace
+
+SpanStore::SpanStore(ElementAllocator* owner, unsigned elementSize, unsigned blockSize,
+                     SystemMallocCtrl* supplier) noexcept
+    : owner_(owner),
+      supplier_(supplier),
+      elementSize_(elementSize),
+      spanBytes_(SpanBytes(elementSize, blockSize)),
+      spanCapacity_(spanBytes_ / elementSize) {}
+
+void SpanStore::ReleaseAll(bool supplierAlive) noexcept {
+  for (Span** list : {&partial_, &full_, &empty_}) {
+    while (Span* span = *list) {
+      Unlink(*list, span);
+      Release(span, supplierAlive);
+    }
+  }
+  out_ = 0;
+}
+
+Chain SpanStore::Take(std::size_t count) noexcept {
+  Chain chain;
+  while (chain.count < count) {
+    Span* span = partial_;
+    if (span == nullptr) {
+      span = empty_ != nullptr ? std::exchange(empty_, nullptr) : NewSpan();
+      if (span == nullptr) break;
+      Link(partial_, span);
+    }
+    TakeFrom(*span, count - chain.count, chain);
+    if (span->used == span->capacity) {
+      Unlink(partial_, span);
+      Link(full_, span);
+    }
+  }
+  out_ += chain.count;
+  return chain;
+}
+
+void SpanStore::TakeFrom(Span& span, std::size_t count, Chain& chain) const noexcept {
+  const std::size_t before = chain.count;
+  for (; chain.count - before < count && span.free != nullptr;) {
+    FreeElement* element = span.free;
+    span.free = element->next;
+    chain.Push(element);
+  }
+  // Untouched memory from its far end, so that the chain is popped in the order of addresses.
+  const std::size_t fresh =
+      std::min<std::size_t>(count - (chain.count - before), span.capacity - span.carved);
+  for (std::size_t i = fresh; i-- > 0;) chain.Push(span.base + (span.carved + i) * elementSize_);
+  span.carved += static_cast<std::uint32_t>(fresh);
+  span.used += static_cast<std::uint32_t>(chain.count - before);
+}
+
+void SpanStore::Give(Chain chain) noexcept {
+  out_ -= chain.count;
+  while (chain.head != nullptr) {
+    FreeElement* element = chain.head;
+    chain.head = element->next;
+    Span* span = pageMap.Find(element);
+    element->next = span->free;
+    span->free = element;
+    if (span->used-- == span->capacity) {
+      Unlink(full_, span);
+      Link(partial_, span);
+    }
+    if (span->used != 0) continue;
+    Unlink(partial_, span);
+    // Everything is free again: start over in the order of addresses.
+    span->free = nullptr;
+    span->carved = 0;
+    if (empty_ == nullptr) {
+      Link(empty_, span);
+    } else {
+      Release(span, true);
+    }
+  }
+}
+
+void SpanStore::PurgeEmpty() noexcept {
+  if (Span* span = std::exchange(empty_, nullptr)) Release(span, true);
+}
+
+std::size_t SpanStore::BytesHeld() const noexcept {
+  return spans_ * spanBytes_;
+}
+
+std::size_t SpanStore::SpansBelow(float fraction) const noexcept {
+  std::size_t below = EmptySpans();
+  for (const Span* list : {partial_, full_}) {
+    for (const Span* span = list; span != nullptr; span = span->next) {
+      if (static_cast<float>(span->used) < fraction * static_cast<float>(span->capacity)) ++below;
+    }
+  }
+  return below;
+}
+
+void SpanStore::Link(Span*& list, Span* span) noexcept {
+  span->previous = nullptr;
+  span->next = list;
+  if (list != nullptr) list->previous = span;
+  list = span;
+}
+
+void SpanStore::Unlink(Span*& list, Span* span) noexcept {
+  if (span->previous != nullptr) {
+    span->previous->next = span->next;
+  } else {
+    list = span->next;
+  }
+  if (span->next != nullptr) span->next->previous = span->previous;
+  span->previous = span->next = nullptr;
+}
+
+Span* SpanStore::NewSpan() noexcept {
+  std::pair<void*, unsigned> block = TryAllocate(supplier_, spanBytes_);
+  if (block.first == nullptr) return nullptr;
+  char* base = AlignedUp(block.first);
+  if (base != block.first) {  // a supplier that knows nothing of pages
+    supplier_->Free(block.first);
+    block = TryAllocate(supplier_, spanBytes_ + PageMap::kPageSize);
+    if (block.first == nullptr) return nullptr;
+    base = AlignedUp(block.first);
+  }
+  auto* storage = static_cast<Span*>(os::HeapAllocate(sizeof(Span) + MarkBytes(spanCapacity_)));
+  if (storage == nullptr || !pageMap.Set(base, spanBytes_, storage)) {
+    os::HeapFree(storage);
+    supplier_->Free(block.first);
+    return nullptr;
+  }
+  auto* marks =
+      ::new (storage + 1) std::atomic<std::uint32_t>[MarkBytes(spanCapacity_) / sizeof(std::uint32_t)]();
+  held_ += spanCapacity_;
+  ++spans_;
+  return ::new (storage) Span{.previous = nullptr,
+                              .next = nullptr,
+                              .owner = owner_,
+                              .base = base,
+                              .block = block.first,
+                              .free = nullptr,
+                              .used = 0,
+                              .carved = 0,
+                              .capacity = spanCapacity_,
+                              .elementSize = elementSize_,
+                              .marks = marks};
+}
+
+void SpanStore::Release(Span* span, bool supplierAlive) noexcept {
+  pageMap.Set(span->base, spanBytes_, nullptr);
+  if (supplierAlive) supplier_->Free(span->block);
+  os::HeapFree(span);
+  held_ -= spanCapacity_;
+  --spans_;
+}
+
+bool SpanStore::IsInSaneState() const noexcept {
+  std::size_t out = 0;
+  std::size_t spans = 0;
+  for (const Span* list : {partial_, full_, empty_}) {
+    for (const Span* span = list; span != nullptr; span = span->next) {
+      ++spans;
+      out += span->used;
+      std::size_t freeElements = 0;
+      for (const FreeElement* element = span->free; element != nullptr; element = element->next) {
+        const auto offset = static_cast<std::size_t>(reinterpret_cast<const char*>(element) - span->base);
+        if (offset % elementSize_ != 0 || offset / elementSize_ >= span->carved) return false;
+        if (++freeElements > span->carved) return false;
+      }
+      if (span->used + freeElements != span->carved || span->carved > span->capacity) return false;
+      if (pageMap.Find(span->base) != span || span->owner != owner_) return false;
+      const bool inPlace = list == full_    ? span->used == span->capacity
+                           : list == empty_ ? span->used == 0
+                                            : span->used > 0 && span->used < span->capacity;
+      if (!inPlace) return false;
+    }
+  }
+  return out == out_ && spans == spans_ && held_ == spans * spanCapacity_;
+}
+
+}  // namespace du::internal

@@ -1,0 +1,158 @@
+#include "lmkutils/memory/internal/thread_cache.h"
+
+#include <algorithm>
+#include <new>
+
+#include "lmkutils/memory/internal/element_store.h"
+#include "lmkutils/memory/internal/mem_pool_state.h"
+#include "lmkutils/os/memory.h"
+#include "lmkutils/os/thread_key.h"
+#include "lmkutils/platform/internal/scoped_lock.h"
+
+namespace du::internal {
+namespace {
+
+using dp::internal::ScopedLock;
+
+// What the exit key of a thread holds whose cache is gone: it gets no other.
+char threadIsEnding;
+
+}  // namespace
+
+constinit CacheSet commonCaches;
+
+ThreadCache::ThreadCache(MemPoolState& state) noexcept
+    : seen_(attention.Get() & ~Attention::kFlags), shape_(ShapeOf(state.ladder)), state_(state) {
+  for (unsigned sizeClass = 0; sizeClass < ClassCount(state.ladder); ++sizeClass) {
+    const unsigned size = LargestSize(state.ladder, sizeClass);
+    bins_[sizeClass].limit = BatchSize(size);
+    promised_ += std::size_t{bins_[sizeClass].limit} * size;
+  }
+  promised_ = 0;  // the first batch is everybody's
+}
+
+void* ThreadCache::Refill(unsigned sizeClass) {
+  ElementAllocator& allocator = state_.ClassAllocator(sizeClass);
+  Bin& bin = bins_[sizeClass];
+  Chain chain = allocator.TakeMany(BatchSize(LargestSize(state_.ladder, sizeClass)));
+  if (chain.head == nullptr) return nullptr;
+  void* element = chain.Pop();
+  bin.head = chain.head;
+  bin.count.store(static_cast<std::uint32_t>(chain.count), std::memory_order_relaxed);
+  return element;
+}
+
+void ThreadCache::Overflow(unsigned sizeClass, void* block) noexcept {
+  Bin& bin = bins_[sizeClass];
+  const unsigned size = LargestSize(state_.ladder, sizeClass);
+  const unsigned batch = BatchSize(size);
+  const std::size_t more = std::size_t{batch} * size;
+  if (promised_ + more > kBudget) HalveLimits();
+  if (promised_ + more <= kBudget) {
+    bin.limit += batch;
+    promised_ += more;
+  } else {
+    GiveBack(sizeClass, batch);
+  }
+  if (!Push(sizeClass, block)) {
+    GiveBack(sizeClass, batch);
+    Push(sizeClass, block);
+  }
+}
+
+void ThreadCache::GiveBack(unsigned sizeClass, std::uint32_t count) noexcept {
+  Bin& bin = bins_[sizeClass];
+  const std::uint32_t have = bin.count.load(std::memory_order_relaxed);
+  count = std::min(count, have);
+  if (count == 0) return;
+  Chain chain{.head = bin.head, .count = count};
+  FreeElement* last = bin.head;
+  for (std::uint32_t i = 1; i < count; ++i) last = last->next;
+  bin.head = last->next;
+  last->next = nullptr;
+  bin.count.store(have - count, std::memory_order_relaxed);
+  state_.Existing(sizeClass)->GiveMany(chain);
+}
+
+void ThreadCache::HalveLimits() noexcept {
+  promised_ = 0;
+  for (unsigned sizeClass = 0; sizeClass < ClassCount(state_.ladder); ++sizeClass) {
+    Bin& bin = bins_[sizeClass];
+    const unsigned size = LargestSize(state_.ladder, sizeClass);
+    const unsigned batch = BatchSize(size);
+    bin.limit = std::max(batch, bin.limit / 2 / batch * batch);
+    promised_ += std::size_t{bin.limit - batch} * size;
+    while (bin.count.load(std::memory_order_relaxed) > bin.limit) GiveBack(sizeClass, batch);
+  }
+}
+
+void ThreadCache::Flush() noexcept {
+  seen_ = attention.Get() & ~Attention::kFlags;
+  for (unsigned sizeClass = 0; sizeClass < ClassCount(state_.ladder); ++sizeClass) {
+    const unsigned batch = BatchSize(LargestSize(state_.ladder, sizeClass));
+    while (bins_[sizeClass].head != nullptr) GiveBack(sizeClass, batch);
+  }
+}
+
+ThreadCache* CacheSet::CurrentOrMake(MemPoolState& state) noexcept {
+  if (ThreadCache* cache = ThreadCache::Current()) return cache;
+  if (!EnsureExitKey()) return nullptr;
+  const int key = exitKey_.load(std::memory_order_acquire);
+  if (os::ThreadExitKeyGet(key) != nullptr) return nullptr;  // ending
+  void* storage = os::HeapAllocate(sizeof(ThreadCache));
+  if (storage == nullptr) return nullptr;
+  auto* cache = ::new (storage) ThreadCache(state);
+  if (!os::ThreadExitKeySet(key, cache) || !os::FastThreadPointerSet(cache)) {
+    os::ThreadExitKeySet(key, nullptr);
+    os::HeapFree(cache);
+    return nullptr;
+  }
+  const ScopedLock guard(lock_.Get());
+  cache->next_ = first_;
+  if (first_ != nullptr) first_->previous_ = cache;
+  first_ = cache;
+  return cache;
+}
+
+bool CacheSet::EnsureExitKey() noexcept {
+  if (exitKey_.load(std::memory_order_acquire) != os::kNoThreadKey) return true;
+  const int key = os::ThreadExitKeyCreate(&AtThreadExit);
+  if (key == os::kNoThreadKey) return false;
+  int expected = os::kNoThreadKey;
+  if (!exitKey_.compare_exchange_strong(expected, key, std::memory_order_acq_rel))
+    os::ThreadExitKeyDelete(key);
+  return true;
+}
+
+std::uint64_t CacheSet::CountCached(unsigned sizeClass) const noexcept {
+  std::uint64_t count = 0;
+  const ScopedLock guard(lock_.Get());
+  for (const ThreadCache* cache = first_; cache != nullptr; cache = cache->next_) {
+    count += cache->bins_[sizeClass].count.load(std::memory_order_relaxed);
+  }
+  return count;
+}
+
+void CacheSet::AtThreadExit(void* value) noexcept {
+  CacheSet& set = commonCaches;
+  const int key = set.exitKey_.load(std::memory_order_acquire);
+  if (value == &threadIsEnding) return;
+  auto* cache = static_cast<ThreadCache*>(value);
+  os::FastThreadPointerSet(nullptr);
+  // Later frees of this thread, from other keys' callbacks, find no cache and make none.
+  os::ThreadExitKeySet(key, &threadIsEnding);
+  if ((attention.Get() & Attention::kAllocatorGone) == 0) cache->Flush();
+  {
+    const ScopedLock guard(set.lock_.Get());
+    if (cache->previous_ != nullptr) {
+      cache->previous_->next_ = cache->next_;
+    } else {
+      set.first_ = cache->next_;
+    }
+    if (cache->next_ != nullptr) cache->next_->previous_ = cache->previous_;
+  }
+  cache->~ThreadCache();
+  os::HeapFree(cache);
+}
+
+}  // namespace du::internal
