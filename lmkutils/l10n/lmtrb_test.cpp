@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <optional>
 #include <random>
 #include <sstream>
 
@@ -11,7 +12,7 @@
 #include "lmkutils/l10n/localizer_error.h"
 #include "lmkutils/l10n/testing/reference_table.h"
 #include "lmkutils/memory/smart_ptr.h"
-#include "lmkutils/os/fault/fault.h"
+#include "lmkutils/testing/shortage.h"
 #include "lmkutils/testing/trace_recorder.h"
 
 namespace {
@@ -246,28 +247,34 @@ TEST(Lmtrb, AllStringsInFileOrderAndWithoutReplacing) {
   EXPECT_THAT(pairs, testing::ElementsAre("B=kept", "C={0}\t", "A=3"));
 }
 
-TEST(Lmtrb, ExhaustedMemoryLeavesNothingBehind) {
-  using os::fault::Call;
+// How many of the allocations, and all after them, failed in turn.
+int LoadWithoutMemory(lmktest::Memory memory) {
   int failures = 0;
   for (std::uint64_t n = 1;; ++n) {
-    const std::string tag = "EXHAUSTED_" + std::to_string(n);  // a text that is no symbol yet
+    // A text that is no symbol yet.
+    const std::string tag = "EXHAUSTED_" + std::to_string(static_cast<int>(memory)) + "_" + std::to_string(n);
     du::SmartPtr<Lmtrb> table;
     du::HashMap<du::Symbol, du::Symbol> map;
-    os::fault::Arming noMemory(Call::kHeapAllocate, {.first = n, .count = os::fault::kForEver});
+    auto noMemory = std::make_optional<lmktest::Shortage>(memory, n);
     try {
       table = Load(tag + ".value=text of " + tag + "\n");
       table->AddAllStrings(map);
       break;
     } catch (const std::bad_alloc&) {
       ++failures;
-      os::fault::Disarm(Call::kHeapAllocate);
+      noMemory.reset();
       EXPECT_TRUE(map.empty());
       if (table) {
         EXPECT_EQ("text of " + tag, Build(*table, tag.c_str()));
       }
     }
   }
-  EXPECT_GT(failures, 2);
+  return failures;
+}
+
+TEST(Lmtrb, ExhaustedMemoryLeavesNothingBehind) {
+  EXPECT_GT(LoadWithoutMemory(lmktest::Memory::kCommonAllocator), 2);
+  LoadWithoutMemory(lmktest::Memory::kHeap);  // as often as the allocators' books need some
 }
 
 TEST(Lmtrb, PseudoLocalizedTextsKeepEscapesAndPlaceholders) {

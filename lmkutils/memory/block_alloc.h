@@ -13,17 +13,20 @@ class LMK_API BlockAllocBase : public ElementAllocator {
 };
 
 // A lock policy: one spin lock an allocator.
-class LMK_API LockedBlockAllocPolicy : public dp::ObjectLevelLockable<LockedBlockAllocPolicy*> {};
+class LMK_API LockedBlockAllocPolicy : public dp::ObjectLevelLockable<LockedBlockAllocPolicy*> {
+ public:
+  void Lock() const noexcept { ObjectLock().Lock(); }
+  void Unlock() const noexcept { ObjectLock().Unlock(); }
+};
 
 // An allocator for one thread at a time.
 class LMK_API UnlockedBlockAllocPolicy {
  public:
-  struct Guard {
-    explicit Guard(const UnlockedBlockAllocPolicy&) noexcept {}
-  };
+  void Lock() const noexcept {}
+  void Unlock() const noexcept {}
 };
 
-// Elements of medium size. LockPolicy is a base class with a nested Guard, such as the two above.
+// Elements of medium size. LockPolicy is a base class with Lock and Unlock, such as the two above.
 template <class LockPolicy>
 class BlockAlloc final : public BlockAllocBase, public LockPolicy {
  public:
@@ -36,10 +39,8 @@ class BlockAlloc final : public BlockAllocBase, public LockPolicy {
   ~BlockAlloc() override { this->Retire(); }
 
  private:
-  void UnderLock(void (*step)(void*), void* context) const override {
-    const typename LockPolicy::Guard guard(*this);
-    step(context);
-  }
+  void Enter() const noexcept override { LockPolicy::Lock(); }
+  void Leave() const noexcept override { LockPolicy::Unlock(); }
 };
 
 }  // namespace du

@@ -8,7 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "lmkutils/memory/common_allocated.h"
-#include "lmkutils/os/fault/fault.h"
+#include "lmkutils/testing/shortage.h"
 #include "lmkutils/text/symbol.h"
 
 namespace {
@@ -65,8 +65,7 @@ TEST(CommonAllocator, RefusesWhatDoesNotFitAndWhatTheHeapRefuses) {
   du::CommonAllocator<std::uint64_t> allocator;
   EXPECT_THROW((void)allocator.allocate(SIZE_MAX / 4), std::bad_alloc);  // the product wraps around
   EXPECT_THROW((void)allocator.allocate(0x20000000), std::bad_alloc);    // 4 GiB
-  const os::fault::Arming noMemory(os::fault::Call::kHeapAllocate,
-                                   {.first = 1, .count = os::fault::kForEver});
+  const lmktest::Shortage noMemory(lmktest::Memory::kCommonAllocator);
   EXPECT_THROW((void)allocator.allocate(1), std::bad_alloc);
   EXPECT_THROW((void)du::CommonAllocatorImpl::Allocate(64), std::bad_alloc);
   EXPECT_THROW((void)new Plain, std::bad_alloc);

@@ -9,7 +9,10 @@
 #include <gtest/gtest.h>
 
 #include "lmkutils/memory/common_allocator.h"
+#include "lmkutils/memory/heap_allocator.h"
 #include "lmkutils/memory/internal/size_classes.h"
+#include "lmkutils/memory/malloc_ctrl_registry.h"
+#include "lmkutils/os/testing/fork.h"
 #include "lmkutils/testing/child_process.h"
 #include "lmkutils/testing/random.h"
 
@@ -179,6 +182,49 @@ TEST(CommonPools, LateFreesAreHarmlessInEveryMode) {
       EXPECT_EQ(result.err, "") << role;
     }
   }
+}
+
+int AllocateInChild() {
+  std::vector<std::pair<void*, unsigned>> blocks;
+  for (unsigned i = 0; i < 2000; ++i) {
+    const unsigned size = i * 37 % 20000;
+    blocks.emplace_back(Common::Allocate(size), size);
+  }
+  for (const auto& [block, size] : blocks) Common::Deallocate(block, size);
+  Common::PurgeEmptyBlocks();
+  const HeapAllocator control("made in the child", 0);
+  return internal::CommonPools::Instance().pool.IsInSaneState() ? 0 : 1;
+}
+
+// Forks while other threads allocate, make and drop controls and ask the registry.
+const lmktest::ChildRole kForkRole("pool_fork", [](const std::vector<std::string>&) {
+  Common::Deallocate(Common::Allocate(8), 8);  // forks are safe from the first use on
+  std::atomic<bool> stop{false};
+  std::vector<std::thread> threads;
+  threads.emplace_back([&stop] {
+    while (!stop) {
+      for (unsigned size = 1; size < 30000; size += 1000) Common::Deallocate(Common::Allocate(size), size);
+      Common::PurgeEmptyBlocks();
+    }
+  });
+  threads.emplace_back([&stop] {
+    while (!stop) {
+      const HeapAllocator control("comes and goes", 0);
+      MallocCtrlRegistry::Instance().GetNumConsumers(0);
+    }
+  });
+  int failed = 0;
+  for (int i = 0; i < 100; ++i) failed += os::testing::RunForked(AllocateInChild) != 0;
+  stop = true;
+  for (std::thread& thread : threads) thread.join();
+  return failed;
+});
+
+TEST(CommonPools, AreUsableInForkedProcesses) {
+  if (os::testing::RunForked([] { return 0; }) == os::testing::kForkUnknown)
+    GTEST_SKIP() << "processes do not fork on this target";
+  const lmktest::ChildResult result = lmktest::RunSelf("pool_fork");
+  EXPECT_EQ(result.exitCode, 0) << (result.timedOut ? "hangs" : result.err);
 }
 
 }  // namespace

@@ -29,10 +29,16 @@ bool IsRegistered(SystemMallocCtrl* control) noexcept {
 
 }  // namespace
 
-template <class Step>
-void ElementAllocator::Locked(Step step) const {
-  UnderLock([](void* context) { (*static_cast<Step*>(context))(); }, &step);
-}
+class ElementAllocator::Section {
+ public:
+  explicit Section(const ElementAllocator& allocator) noexcept : allocator_(allocator) { allocator_.Enter(); }
+  Section(const Section&) = delete;
+  Section& operator=(const Section&) = delete;
+  ~Section() { allocator_.Leave(); }
+
+ private:
+  const ElementAllocator& allocator_;
+};
 
 ElementAllocator::ElementAllocator(const char* name, unsigned elementSize, unsigned blockSize,
                                    SystemMallocCtrl* supplier)
@@ -63,13 +69,13 @@ void ElementAllocator::Free(void* element) {
 
 internal::Chain ElementAllocator::TakeMany(std::size_t count) {
   if (ShouldFailOnNextRequest()) return {};
-  internal::Chain chain;
-  Locked([&] { chain = store_->Take(count); });
-  return chain;
+  const Section section(*this);
+  return store_->Take(count);
 }
 
 void ElementAllocator::GiveMany(internal::Chain chain) {
-  Locked([&] { store_->Give(chain); });
+  const Section section(*this);
+  store_->Give(chain);
 }
 
 void ElementAllocator::SetCaches(const internal::CacheSet* caches, unsigned sizeClass) noexcept {
@@ -81,20 +87,19 @@ void ElementAllocator::GetBlockStatistics(MemPoolClassStatistics& statistics, fl
   const char* name = GetName();
   std::copy_n(name, NAME_LENGTH, statistics.label.begin());
   const std::uint64_t cached = store_->caches != nullptr ? store_->caches->CountCached(store_->sizeClass) : 0;
-  Locked([&] {
-    const internal::SpanStore& spans = store_->Spans();
-    const std::uint64_t out = store_->ElementsOut();
-    statistics.sizeClass = store_->sizeClass;
-    statistics.elementSize = spans.ElementSize();
-    // The caches are counted while their threads go on: never more than is out.
-    statistics.elementsCached = std::min(cached, out);
-    statistics.elementsInUse = out - statistics.elementsCached;
-    statistics.elementsFree = spans.ElementsHeld() - out;
-    statistics.blocks = spans.Spans();
-    statistics.sparseBlocks = spans.SpansBelow(sparseBelow);
-    statistics.emptyBlocks = spans.EmptySpans();
-    statistics.bytesHeld = spans.BytesHeld();
-  });
+  const Section section(*this);
+  const internal::SpanStore& spans = store_->Spans();
+  const std::uint64_t out = store_->ElementsOut();
+  statistics.sizeClass = store_->sizeClass;
+  statistics.elementSize = spans.ElementSize();
+  // The caches are counted while their threads go on: never more than is out.
+  statistics.elementsCached = std::min(cached, out);
+  statistics.elementsInUse = out - statistics.elementsCached;
+  statistics.elementsFree = spans.ElementsHeld() - out;
+  statistics.blocks = spans.Spans();
+  statistics.sparseBlocks = spans.SpansBelow(sparseBelow);
+  statistics.emptyBlocks = spans.EmptySpans();
+  statistics.bytesHeld = spans.BytesHeld();
 }
 
 void ElementAllocator::GetAllocationStats(unsigned* allocated, unsigned* held) const {
@@ -117,16 +122,14 @@ void ElementAllocator::GetAllocationDetails(unsigned* elementSize, unsigned* ele
 }
 
 void ElementAllocator::PurgeEmptyBlocks() {
-  Locked([this] {
-    store_->Drain();
-    store_->Spans().PurgeEmpty();
-  });
+  const Section section(*this);
+  store_->Drain();
+  store_->Spans().PurgeEmpty();
 }
 
 bool ElementAllocator::IsInSaneState() const {
-  bool sane = false;
-  Locked([&] { sane = store_->Spans().IsInSaneState(); });
-  return sane;
+  const Section section(*this);
+  return store_->Spans().IsInSaneState();
 }
 
 }  // namespace du

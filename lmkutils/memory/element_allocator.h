@@ -15,10 +15,11 @@ struct MemPoolClassStatistics;
 namespace internal {
 class CacheSet;
 class ElementStore;
+class PoolFork;
 struct Chain;
 }  // namespace internal
 
-// Elements of one size out of blocks of a supplier. A derived class adds a lock by its UnderLock; the
+// Elements of one size out of blocks of a supplier. A derived class adds a lock by Enter and Leave; the
 // allocator is as thread-safe as that makes it.
 class LMK_API ElementAllocator : public FixedSizeMallocCtrl {
  public:
@@ -58,10 +59,11 @@ class LMK_API ElementAllocator : public FixedSizeMallocCtrl {
   ElementAllocator(const char* name, unsigned elementSize, unsigned blockSize, SystemMallocCtrl* supplier);
 
  private:
-  // Runs `step` on `context` while holding the lock.
-  virtual void UnderLock(void (*step)(void*), void* context) const = 0;
-  template <class Step>
-  void Locked(Step step) const;
+  friend class internal::PoolFork;
+  class Section;
+
+  virtual void Enter() const noexcept = 0;
+  virtual void Leave() const noexcept = 0;
 
   internal::ElementStore* store_;
 };

@@ -112,8 +112,13 @@ void MemPool::Initialise(SystemMallocCtrl* blockSupplier, SystemMallocCtrl* extr
   if (extraSupplier != blockSupplier) registry.RegisterRelationship(extraSupplier, this);
   void* storage = blockSupplier->Allocate(sizeof(MemPoolState)).first;
   if (storage == nullptr) throw std::bad_alloc();
-  state_ = ::new (storage)
-      MemPoolState(*this, named_ ? GetName() : nullptr, blockSupplier, extraSupplier, keepLargeBlocks);
+  try {
+    state_ = ::new (storage)
+        MemPoolState(*this, named_ ? GetName() : nullptr, blockSupplier, extraSupplier, keepLargeBlocks);
+  } catch (...) {
+    blockSupplier->Free(storage);
+    throw;
+  }
 }
 
 MemPool::~MemPool() {

@@ -13,7 +13,11 @@ class LMK_API SmallBlockAllocBase : public ElementAllocator {
 };
 
 // A lock policy: one spin lock an allocator.
-class LMK_API LockedSmallBlockAllocPolicy : public dp::ObjectLevelLockable<LockedSmallBlockAllocPolicy*> {};
+class LMK_API LockedSmallBlockAllocPolicy : public dp::ObjectLevelLockable<LockedSmallBlockAllocPolicy*> {
+ public:
+  void Lock() const noexcept { ObjectLock().Lock(); }
+  void Unlock() const noexcept { ObjectLock().Unlock(); }
+};
 
 // Elements of a few words. LockPolicy as for du::BlockAlloc.
 template <class LockPolicy>
@@ -28,10 +32,8 @@ class SmallBlockAlloc final : public SmallBlockAllocBase, public LockPolicy {
   ~SmallBlockAlloc() override { this->Retire(); }
 
  private:
-  void UnderLock(void (*step)(void*), void* context) const override {
-    const typename LockPolicy::Guard guard(*this);
-    step(context);
-  }
+  void Enter() const noexcept override { LockPolicy::Lock(); }
+  void Leave() const noexcept override { LockPolicy::Unlock(); }
 };
 
 }  // namespace du

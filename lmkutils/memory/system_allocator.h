@@ -37,7 +37,11 @@ struct DefaultPageRequestPolicy {
 };
 
 // A lock policy: one spin lock an allocator.
-class LMK_API LockedSystemAllocatorPolicy : public dp::ObjectLevelLockable<LockedSystemAllocatorPolicy*> {};
+class LMK_API LockedSystemAllocatorPolicy : public dp::ObjectLevelLockable<LockedSystemAllocatorPolicy*> {
+ public:
+  void Lock() const noexcept { ObjectLock().Lock(); }
+  void Unlock() const noexcept { ObjectLock().Unlock(); }
+};
 
 // What all page-level suppliers share; blocks are 16-byte aligned, and 16 KiB aligned when their size is a
 // multiple of that. A block's real size is the size asked for in whole units.

@@ -23,10 +23,15 @@ class ObjectLevelLockable {
     SpinLock& lock_;
   };
 
-  ObjectLevelLockable() = default;
+  // Throws std::bad_alloc when there is no memory for the lock.
+  ObjectLevelLockable() { internal::RequireUsable(lock_); }
   virtual ~ObjectLevelLockable() = default;
   ObjectLevelLockable(const ObjectLevelLockable&) = delete;
   ObjectLevelLockable& operator=(const ObjectLevelLockable&) = delete;
+
+ protected:
+  // For derived classes whose sections are no scopes.
+  SpinLock& ObjectLock() const noexcept { return lock_; }
 
  private:
   mutable SpinLock lock_{500};

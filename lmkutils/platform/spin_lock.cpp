@@ -49,5 +49,9 @@ SpinLock& InstalledLock(std::atomic<SpinLock*>& slot) {
   return *winner;
 }
 
+void RequireUsable(const SpinLock& lock) {
+  if (!SpinLockAccess::IsUsable(lock)) throw std::bad_alloc();
+}
+
 }  // namespace internal
 }  // namespace dp

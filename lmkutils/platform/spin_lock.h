@@ -20,6 +20,9 @@ struct SpinLockAccess;
 // The lock (spin count 500) that `slot` holds, created and installed by compare-and-swap on first use and
 // never destroyed. Throws std::bad_alloc when it cannot be created; the next call tries again.
 LMK_API SpinLock& InstalledLock(std::atomic<SpinLock*>& slot);
+
+// For constructors: throws std::bad_alloc when there was no memory for `lock`, which must not be used then.
+LMK_API void RequireUsable(const SpinLock& lock);
 }  // namespace internal
 
 // A lock that polls for a while before it lets the system put the thread to sleep: for sections of a few

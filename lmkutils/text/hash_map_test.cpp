@@ -7,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-#include "lmkutils/os/fault/fault.h"
+#include "lmkutils/testing/shortage.h"
 #include "lmkutils/text/symbol.h"
 
 namespace {
@@ -136,21 +136,21 @@ TEST(HashMap, SymbolsAreFoundByTextWithoutBeingMade) {
   EXPECT_EQ(1, map.find("known")->second);
   EXPECT_EQ(1, map.find(std::string("known"))->second);
   EXPECT_EQ(2, map.find("")->second);
-  const os::fault::Arming noMemory(os::fault::Call::kHeapAllocate,
-                                   {.first = 1, .count = os::fault::kForEver});
+  const lmktest::Shortage noMemory(lmktest::Memory::kCommonAllocator);
   EXPECT_TRUE(map.find("unknown") == map.end());
 }
 
 // Every allocation of an insertion that grows the map fails in turn: the map stays as it was.
-TEST(HashMap, FailedInsertionChangesNothing) {
+void FailEveryAllocationOfAnInsertion(lmktest::Memory memory) {
   du::HashMap<unsigned, unsigned> map;
+  int failures = 0;
   for (unsigned target : {0u, 1u, 193u}) {
     while (map.size() < target) map[static_cast<unsigned>(map.size())] = 1;
     for (std::uint64_t n = 1;; ++n) {
       const auto buckets = map.bucket_count();
       bool failed = false;
       {
-        const os::fault::Arming noMemory(os::fault::Call::kHeapAllocate, {.first = n});
+        const lmktest::Shortage noMemory(memory, n, 1);
         try {
           map[target] = 2;
         } catch (const std::bad_alloc&) {
@@ -158,6 +158,7 @@ TEST(HashMap, FailedInsertionChangesNothing) {
         }
       }
       if (!failed) break;
+      ++failures;
       EXPECT_EQ(target, map.size());
       EXPECT_EQ(buckets, map.bucket_count());
       EXPECT_FALSE(map.contains(target));
@@ -167,6 +168,13 @@ TEST(HashMap, FailedInsertionChangesNothing) {
     }
     EXPECT_EQ(2u, map.at(target));
   }
+  if (memory == lmktest::Memory::kCommonAllocator) {
+    EXPECT_GT(failures, 2);
+  }
+}
+
+TEST(HashMap, FailedInsertionChangesNothing) {
+  for (const lmktest::Memory memory : lmktest::kAllMemory) FailEveryAllocationOfAnInsertion(memory);
 }
 
 }  // namespace

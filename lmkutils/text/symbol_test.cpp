@@ -13,10 +13,10 @@
 #include <gtest/gtest.h>
 
 #include "lmkutils/os/capabilities.h"
-#include "lmkutils/os/fault/fault.h"
 #include "lmkutils/os/testing/fork.h"
 #include "lmkutils/platform/dead_reference.h"
 #include "lmkutils/testing/child_process.h"
+#include "lmkutils/testing/shortage.h"
 #include "lmkutils/trace/lm_trace_controller.h"
 
 namespace {
@@ -83,7 +83,7 @@ const lmktest::ChildRole kRunningRole("symbol_running", [](const std::vector<std
 // The first use of the table, with its n-th allocation failing for every n.
 const lmktest::ChildRole kFirstUseRole("symbol_first_use", [](const std::vector<std::string>&) {
   for (std::uint64_t n = 1; n < 100; ++n) {
-    const os::fault::Arming noMemory(os::fault::Call::kHeapAllocate, {.first = n});
+    const lmktest::Shortage noMemory(lmktest::Memory::kHeap, n, 1);
     try {
       const Symbol symbol("first");
       return symbol == "first" && n > 3 ? 0 : 1;
@@ -265,8 +265,7 @@ TEST(Symbol, CountThatWouldOverflowMakesTheEntryPermanent) {
 TEST(Symbol, StaysUsableWithoutMemory) {
   Symbol symbol("before");
   {
-    const os::fault::Arming noMemory(os::fault::Call::kHeapAllocate,
-                                     {.first = 1, .count = os::fault::kForEver});
+    const lmktest::Shortage noMemory(lmktest::Memory::kCommonAllocator);
     EXPECT_THROW(symbol = "a text that is new to the table", std::bad_alloc);
     EXPECT_TRUE(symbol == "before");
     const Symbol known("before");  // needs no memory

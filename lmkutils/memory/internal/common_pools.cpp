@@ -6,8 +6,11 @@
 #include "lmkutils/memory/internal/attention.h"
 #include "lmkutils/memory/internal/block_ledger.h"
 #include "lmkutils/memory/internal/direct_heap.h"
+#include "lmkutils/memory/internal/pool_fork.h"
+#include "lmkutils/memory/internal/shortage.h"
 #include "lmkutils/memory/malloc_ctrl_registry.h"
 #include "lmkutils/os/process_end.h"
+#include "lmkutils/os/thread.h"
 #include "lmkutils/platform/internal/singleton.h"
 
 namespace du::internal {
@@ -19,7 +22,11 @@ alignas(CommonPools) unsigned char storage[sizeof(CommonPools)];
 struct CommonTraits {
   using Object = CommonPools;
   static void Prepare() { MallocCtrlRegistry::Instance(); }
-  static Object* Create() { return ::new (storage) CommonPools; }
+  static Object* Create() {
+    auto* const pools = ::new (storage) CommonPools;
+    PoolFork::AddHooks();
+    return pools;
+  }
   static void Destroy(Object* pools) noexcept {
     attention.NoteGone();
     // At the end of the process everything stays mapped and as it is: other threads may still read a text,
@@ -33,7 +40,7 @@ using CommonSingleton = dp::internal::Singleton<CommonTraits>;
 
 // The cache to use after all, when the short way was not open: null when the long way is the only one.
 ThreadCache* UsableCache(CommonPools& pools) noexcept {
-  if ((attention.Get() & Attention::kFlags) != 0) return nullptr;
+  if (!attention.IsCalm()) return nullptr;
   MemPoolState* state = pools.State();
   if (state == nullptr) return nullptr;
   ThreadCache* cache = commonCaches.CurrentOrMake(*state);
@@ -47,11 +54,19 @@ CommonPools& CommonPools::Instance() {
   return CommonSingleton::Instance();
 }
 
+CommonPools* CommonPools::Existing() noexcept {
+  return CommonSingleton::Existing();
+}
+
 void* AllocateTheLongWay(unsigned size, void* hint) {
   CommonPools& pools = CommonSingleton::Instance();
+  if (shortage.Strikes()) throw std::bad_alloc();
   void* block = nullptr;
-  ThreadCache* cache = size <= kLargestClassSize ? UsableCache(pools) : nullptr;
-  if (cache != nullptr) {
+  ThreadCache* cache = nullptr;
+  if (os::OtherThreadsKilled()) {
+    // Perhaps with a lock of the pools. What is still made now never comes back.
+    block = DirectAllocate(size);
+  } else if (size <= kLargestClassSize && (cache = UsableCache(pools)) != nullptr) {
     const unsigned sizeClass = cache->ClassWithin(size);
     block = cache->Pop(sizeClass);
     if (block == nullptr) block = cache->Refill(sizeClass);
@@ -69,6 +84,7 @@ void DeallocateTheLongWay(void* block, unsigned size) noexcept {
     if (DirectMode()) DirectFree(block, size);
     return;
   }
+  if (os::OtherThreadsKilled()) return;  // see above; the memory goes with the process
   ThreadCache* cache = size <= kLargestClassSize ? UsableCache(*pools) : nullptr;
   if (cache == nullptr) {
     pools->pool.Free(block, size);

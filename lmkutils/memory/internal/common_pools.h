@@ -13,6 +13,9 @@ struct CommonPools {
   // Made on first use. Throws dp::DeadReference after the end, std::bad_alloc.
   static CommonPools& Instance();
 
+  // Null before the first use and after the end.
+  static CommonPools* Existing() noexcept;
+
   CommonPools() {
     if (MemPoolState* state = State()) state->caches = &commonCaches;
   }

@@ -5,6 +5,7 @@
 #include <stdexcept>
 
 #include "lmkutils/memory/malloc_ctrl.h"
+#include "lmkutils/os/thread.h"
 #include "lmkutils/platform/internal/scoped_lock.h"
 #include "lmkutils/platform/internal/singleton.h"
 #include "lmkutils/time/timer.h"
@@ -23,9 +24,9 @@ struct RegistryTraits {
     if (storage == nullptr) throw std::bad_alloc();
     try {
       return ::new (storage) Object;
-    } catch (...) {
+    } catch (const std::exception&) {  // a lock that cannot be had is a shortage like any other
       os::HeapFree(storage);
-      throw;
+      throw std::bad_alloc();
     }
   }
   static void Destroy(Object* registry) noexcept {
@@ -94,7 +95,9 @@ MallocCtrlRegistryImpl* MallocCtrlRegistryImpl::Existing() noexcept {
   return RegistrySingleton::Existing();
 }
 
-MallocCtrlRegistryImpl::MallocCtrlRegistryImpl() = default;
+MallocCtrlRegistryImpl::MallocCtrlRegistryImpl() {
+  dp::internal::RequireUsable(leaf_);
+}
 
 MallocCtrlRegistryImpl::~MallocCtrlRegistryImpl() = default;
 
@@ -125,6 +128,7 @@ void MallocCtrlRegistryImpl::Publish(MallocCtrl* control) noexcept {
 }
 
 void MallocCtrlRegistryImpl::UnregisterCtrl(MallocCtrl* control) {
+  if (os::OtherThreadsKilled()) return;  // perhaps with one of the locks; nobody walks any more
   {
     const ScopedLock guard(leaf_);
     if (FindLocked(control) == nullptr) return;
@@ -336,6 +340,21 @@ MallocCtrl* MallocCtrlRegistryImpl::PublishedAt(unsigned index) const noexcept {
   const ScopedLock guard(leaf_);
   const Known* known = control != nullptr ? FindLocked(control) : nullptr;
   return known != nullptr && known->state == ControlState::kPublished ? control : nullptr;
+}
+
+void MallocCtrlRegistryImpl::ReleaseInForkedChild() noexcept {
+  leaf_.Unlock();
+  try {
+    if (lock_.TryWriteLock()) {
+      lock_.WriteUnlock();
+      return;
+    }
+    // Threads that are no more have it, or wait for it. What they waited on is left alone.
+    auto* const lock = ::new (static_cast<void*>(&lock_)) dp::ReadWriteLock;
+    static_cast<void>(lock);
+  } catch (const std::exception&) {
+    // No memory for a lock: the old one stays.
+  }
 }
 
 bool MallocCtrlRegistryImpl::IsInSaneState() const {

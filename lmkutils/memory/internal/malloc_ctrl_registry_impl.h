@@ -48,6 +48,11 @@ class MallocCtrlRegistryImpl final : public MallocCtrlRegistry {
   unsigned GetCtrlIndex(MallocCtrl* control) const override;
   void VisitAll(MallocCtrlVisitor* visitor) override;
 
+  // Around a fork: what the locks guard is whole meanwhile. The child gets both free, whoever had them.
+  void HoldForFork() noexcept { leaf_.Lock(); }
+  void ReleaseAfterFork() noexcept { leaf_.Unlock(); }
+  void ReleaseInForkedChild() noexcept;
+
   // Whether index, table, lists and waiting changes agree with each other. For tests and debug builds.
   bool IsInSaneState() const;
 

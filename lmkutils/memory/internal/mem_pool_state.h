@@ -34,7 +34,9 @@ using LargeBlocks = HashMap<void*, unsigned, LargeBlockHash, std::equal_to<void*
 struct MemPoolState {
   MemPoolState(MemPool& owner, const char* poolName, SystemMallocCtrl* block, SystemMallocCtrl* extra,
                bool keep)
-      : keepLargeBlocks(keep), blockSupplier(block), extraSupplier(extra), pool(owner), name(poolName) {}
+      : keepLargeBlocks(keep), blockSupplier(block), extraSupplier(extra), pool(owner), name(poolName) {
+    dp::internal::RequireUsable(lock);
+  }
 
   const bool keepLargeBlocks;
   SystemMallocCtrl* const blockSupplier;

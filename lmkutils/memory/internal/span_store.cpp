@@ -12,7 +12,7 @@
 namespace du::internal {
 namespace {
 
-constexpr std::uint32_t kLargestSpan = 65536;
+constexpr std::uint32_t kLargestSpan = 131072;
 constexpr std::uint32_t kWantedElements = 4;
 
 // The smallest multiple of `blockSize` that wastes at most a sixteenth and has a few elements.

@@ -22,13 +22,10 @@ char threadIsEnding;
 constinit CacheSet commonCaches;
 
 ThreadCache::ThreadCache(MemPoolState& state) noexcept
-    : seen_(attention.Get() & ~Attention::kFlags), shape_(ShapeOf(state.ladder)), state_(state) {
+    : seen_(attention.WhenCalm()), shape_(ShapeOf(state.ladder)), state_(state) {
   for (unsigned sizeClass = 0; sizeClass < ClassCount(state.ladder); ++sizeClass) {
-    const unsigned size = LargestSize(state.ladder, sizeClass);
-    bins_[sizeClass].limit = BatchSize(size);
-    promised_ += std::size_t{bins_[sizeClass].limit} * size;
+    bins_[sizeClass].limit = BatchSize(LargestSize(state.ladder, sizeClass));
   }
-  promised_ = 0;  // the first batch is everybody's
 }
 
 void* ThreadCache::Refill(unsigned sizeClass) {
@@ -87,7 +84,7 @@ void ThreadCache::HalveLimits() noexcept {
 }
 
 void ThreadCache::Flush() noexcept {
-  seen_ = attention.Get() & ~Attention::kFlags;
+  seen_ = attention.WhenCalm();
   for (unsigned sizeClass = 0; sizeClass < ClassCount(state_.ladder); ++sizeClass) {
     const unsigned batch = BatchSize(LargestSize(state_.ladder, sizeClass));
     while (bins_[sizeClass].head != nullptr) GiveBack(sizeClass, batch);
@@ -96,7 +93,7 @@ void ThreadCache::Flush() noexcept {
 
 ThreadCache* CacheSet::CurrentOrMake(MemPoolState& state) noexcept {
   if (ThreadCache* cache = ThreadCache::Current()) return cache;
-  if (!EnsureExitKey()) return nullptr;
+  if (!Prepare()) return nullptr;
   const int key = exitKey_.load(std::memory_order_acquire);
   if (os::ThreadExitKeyGet(key) != nullptr) return nullptr;  // ending
   void* storage = os::HeapAllocate(sizeof(ThreadCache));
@@ -114,8 +111,14 @@ ThreadCache* CacheSet::CurrentOrMake(MemPoolState& state) noexcept {
   return cache;
 }
 
-bool CacheSet::EnsureExitKey() noexcept {
+// False when the system has no means for caches.
+bool CacheSet::Prepare() noexcept {
   if (exitKey_.load(std::memory_order_acquire) != os::kNoThreadKey) return true;
+  try {
+    static_cast<void>(lock_.Get());
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
   const int key = os::ThreadExitKeyCreate(&AtThreadExit);
   if (key == os::kNoThreadKey) return false;
   int expected = os::kNoThreadKey;
@@ -125,12 +128,22 @@ bool CacheSet::EnsureExitKey() noexcept {
 }
 
 std::uint64_t CacheSet::CountCached(unsigned sizeClass) const noexcept {
+  if (exitKey_.load(std::memory_order_acquire) == os::kNoThreadKey) return 0;
   std::uint64_t count = 0;
   const ScopedLock guard(lock_.Get());
   for (const ThreadCache* cache = first_; cache != nullptr; cache = cache->next_) {
     count += cache->bins_[sizeClass].count.load(std::memory_order_relaxed);
   }
   return count;
+}
+
+void CacheSet::HoldForFork() noexcept {
+  isHeldForFork_ = exitKey_.load(std::memory_order_acquire) != os::kNoThreadKey;
+  if (isHeldForFork_) lock_.Get().Lock();
+}
+
+void CacheSet::ReleaseAfterFork() noexcept {
+  if (isHeldForFork_) lock_.Unlock();
 }
 
 void CacheSet::AtThreadExit(void* value) noexcept {
@@ -141,7 +154,7 @@ void CacheSet::AtThreadExit(void* value) noexcept {
   os::FastThreadPointerSet(nullptr);
   // Later frees of this thread, from other keys' callbacks, find no cache and make none.
   os::ThreadExitKeySet(key, &threadIsEnding);
-  if ((attention.Get() & Attention::kAllocatorGone) == 0) cache->Flush();
+  if (!attention.IsGone()) cache->Flush();
   {
     const ScopedLock guard(set.lock_.Get());
     if (cache->previous_ != nullptr) {

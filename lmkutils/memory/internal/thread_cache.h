@@ -11,6 +11,7 @@
 #include "lmkutils/memory/internal/size_classes.h"
 #include "lmkutils/memory/internal/span_store.h"
 #include "lmkutils/os/fast_thread_pointer.h"
+#include "lmkutils/os/thread_key.h"
 #include "lmkutils/platform/internal/lazy_spin_lock.h"
 
 namespace du::internal {
@@ -77,7 +78,7 @@ class ThreadCache {
   void GiveBack(unsigned sizeClass, std::uint32_t count) noexcept;
   void HalveLimits() noexcept;
 
-  unsigned seen_;
+  std::size_t seen_;
   const LadderShape shape_;
   MemPoolState& state_;
   std::size_t promised_ = 0;  // the sum of all limits, in bytes
@@ -93,16 +94,21 @@ class CacheSet {
   // ending.
   ThreadCache* CurrentOrMake(MemPoolState& state) noexcept;
 
+  // Around a fork: no thread changes the set meanwhile.
+  void HoldForFork() noexcept;
+  void ReleaseAfterFork() noexcept;
+
   // Free elements of a class in all caches; approximate while their threads go on.
   std::uint64_t CountCached(unsigned sizeClass) const noexcept;
 
  private:
   static void AtThreadExit(void* cache) noexcept;
-  bool EnsureExitKey() noexcept;
+  bool Prepare() noexcept;
 
-  mutable dp::internal::LazySpinLock lock_;
+  mutable dp::internal::LazySpinLock lock_;  // guards first_ and the links; there before the first cache
   ThreadCache* first_ = nullptr;
-  std::atomic<int> exitKey_{-1};
+  bool isHeldForFork_ = false;  // a fork is under way, and the lock was there when it began
+  std::atomic<int> exitKey_{os::kNoThreadKey};
 };
 
 extern constinit CacheSet commonCaches;

@@ -14,6 +14,7 @@
 
 #include "lmkutils/os/fault/fault.h"
 #include "lmkutils/platform/dead_reference.h"
+#include "lmkutils/testing/shortage.h"
 #include "lmkutils/text/symbol.h"
 
 namespace {
@@ -139,9 +140,9 @@ TEST_F(SymbolTableTest, GrowsByThePrimesAndRecyclesIds) {
 // Fails each allocation in turn, of the table itself and of a text that makes it grow.
 TEST_F(SymbolTableTest, ExhaustedMemoryChangesNothing) {
   std::uint64_t failures = 0;
-  const auto failEach = [&failures](auto attempt) {
+  const auto failEach = [&failures](lmktest::Memory memory, auto attempt) {
     for (std::uint64_t n = 1;; ++n) {
-      const os::fault::Arming noMemory(os::fault::Call::kHeapAllocate, {.first = n});
+      const lmktest::Shortage noMemory(memory, n, 1);
       try {
         return attempt();
       } catch (const std::bad_alloc&) {
@@ -149,13 +150,16 @@ TEST_F(SymbolTableTest, ExhaustedMemoryChangesNothing) {
       }
     }
   };
-  failEach([this] { table = std::make_unique<SymbolTable>(lock); });
+  failEach(lmktest::Memory::kHeap, [this] { table = std::make_unique<SymbolTable>(lock); });
   EXPECT_EQ(1u, failures);  // its index; the table itself is over-aligned and comes from elsewhere
   for (unsigned i = 0; i < 3079; ++i) Intern("text " + std::to_string(i));
   failures = 0;
   const std::string grown("the one that makes it grow");
-  const char* const entry = failEach([&, this] { return Intern(grown); });
-  EXPECT_EQ(2u, failures);
+  const char* entry = nullptr;
+  for (const lmktest::Memory memory : lmktest::kAllMemory) {
+    entry = failEach(memory, [&, this] { return Intern(grown); });
+  }
+  EXPECT_EQ(1u, failures);  // the entry
   EXPECT_EQ(grown, entry);
   EXPECT_EQ(3080u, Items());
   ExpectSound();
