@@ -8,8 +8,8 @@ namespace du {
 void* CommonAllocatorImpl::Allocate(unsigned size, void* hint) {
 #ifdef NDEBUG
   internal::ThreadCache* cache = internal::ThreadCache::Current();
-  if (cache != nullptr && size <= internal::kLargestClassSize && cache->IsSettled()) [[likely]] {
-    if (void* block = cache->Pop(cache->ClassWithin(size))) [[likely]]
+  if (cache != nullptr && cache->IsSettled()) [[likely]] {
+    if (void* block = cache->Pop(cache->ClassOf(size))) [[likely]]
       return block;
   }
 #endif
@@ -20,8 +20,8 @@ void CommonAllocatorImpl::Deallocate(void* block, unsigned size) noexcept {
   if (block == nullptr) return;
 #ifdef NDEBUG
   internal::ThreadCache* cache = internal::ThreadCache::Current();
-  if (cache != nullptr && size <= internal::kLargestClassSize && cache->IsSettled()) [[likely]] {
-    if (cache->Push(cache->ClassWithin(size), block)) [[likely]]
+  if (cache != nullptr && cache->IsSettled()) [[likely]] {
+    if (cache->Push(cache->ClassOf(size), block)) [[likely]]
       return;
   }
 #endif

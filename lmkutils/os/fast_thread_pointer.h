@@ -1,4 +1,5 @@
-// One pointer a thread, read by the cheapest means of the target: for what stands in front of every allocation.
+// One pointer a thread, read by the cheapest means of the target: for what stands in front of every
+// allocation.
 #ifndef LMKUTILS_OS_FAST_THREAD_POINTER_H
 #define LMKUTILS_OS_FAST_THREAD_POINTER_H
 

@@ -12,7 +12,8 @@ struct PrivateHeap;
 PrivateHeap* PrivateHeapCreate(std::size_t initialSize) noexcept;
 // Releases the heap and every block that is still in it.
 void PrivateHeapDestroy(PrivateHeap* heap) noexcept;
-// A block aligned for any type of up to the heap's natural alignment (8 on 32-bit targets, else 16); null when exhausted.
+// A block aligned for any type of up to the heap's natural alignment (8 on 32-bit targets, else 16); null
+// when exhausted.
 void* PrivateHeapAllocate(PrivateHeap* heap, std::size_t size) noexcept;
 void PrivateHeapFree(PrivateHeap* heap, void* block) noexcept;
 // Bytes of a live block as the heap gave it: at least what was asked for.

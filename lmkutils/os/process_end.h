@@ -4,8 +4,8 @@
 
 namespace os {
 
-// For the library's own exit handlers: true when the process ends, false when the library is unloaded from a process
-// that goes on. Means nothing before they run.
+// For the library's own exit handlers: true when the process ends, false when the library is unloaded from a
+// process that goes on. Means nothing before they run.
 bool ProcessIsEnding() noexcept;
 
 }  // namespace os

@@ -6,8 +6,8 @@
 
 namespace os {
 
-// Readable, writable, zeroed memory of at least `size` bytes in whole pages, near `hint` if possible; null on failure
-// and for size 0.
+// Readable, writable, zeroed memory of at least `size` bytes in whole pages, near `hint` if possible; null on
+// failure and for size 0.
 void* PagesMap(void* hint, std::size_t size) noexcept;
 // Gives back a whole mapping made with the same size.
 void PagesUnmap(void* address, std::size_t size) noexcept;

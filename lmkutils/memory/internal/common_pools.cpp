@@ -6,6 +6,7 @@
 #include "lmkutils/memory/internal/attention.h"
 #include "lmkutils/memory/internal/block_ledger.h"
 #include "lmkutils/memory/internal/direct_heap.h"
+#include "lmkutils/memory/internal/page_map.h"
 #include "lmkutils/memory/internal/pool_fork.h"
 #include "lmkutils/memory/internal/shortage.h"
 #include "lmkutils/memory/malloc_ctrl_registry.h"
@@ -48,6 +49,24 @@ ThreadCache* UsableCache(CommonPools& pools) noexcept {
   return cache;
 }
 
+// For a thread whose fellows were killed, perhaps with locks of the pools: what its own cache has, else new
+// memory, which goes with the process.
+void* AllocateWithoutLocks(unsigned size) noexcept {
+  ThreadCache* cache = ThreadCache::Current();
+  void* block = cache != nullptr ? cache->Pop(cache->ClassOf(size)) : nullptr;
+  if (block == nullptr) return DirectAllocate(size);
+  NoteHandedOut(block);
+  return block;
+}
+
+void KeepWithoutLocks(void* block, unsigned size) noexcept {
+  ThreadCache* cache = ThreadCache::Current();
+  const Span* span = pageMap.Find(block);
+  if (cache == nullptr || span == nullptr) return;
+  NoteReturned(block, span->owner, span->owner->GetName());
+  cache->Push(cache->ClassOf(size), block);
+}
+
 }  // namespace
 
 CommonPools& CommonPools::Instance() {
@@ -64,10 +83,9 @@ void* AllocateTheLongWay(unsigned size, void* hint) {
   void* block = nullptr;
   ThreadCache* cache = nullptr;
   if (os::OtherThreadsKilled()) {
-    // Perhaps with a lock of the pools. What is still made now never comes back.
-    block = DirectAllocate(size);
+    block = AllocateWithoutLocks(size);
   } else if (size <= kLargestClassSize && (cache = UsableCache(pools)) != nullptr) {
-    const unsigned sizeClass = cache->ClassWithin(size);
+    const unsigned sizeClass = cache->ClassOf(size);
     block = cache->Pop(sizeClass);
     if (block == nullptr) block = cache->Refill(sizeClass);
     NoteHandedOut(block);
@@ -84,13 +102,16 @@ void DeallocateTheLongWay(void* block, unsigned size) noexcept {
     if (DirectMode()) DirectFree(block, size);
     return;
   }
-  if (os::OtherThreadsKilled()) return;  // see above; the memory goes with the process
+  if (os::OtherThreadsKilled()) {
+    KeepWithoutLocks(block, size);
+    return;
+  }
   ThreadCache* cache = size <= kLargestClassSize ? UsableCache(*pools) : nullptr;
   if (cache == nullptr) {
     pools->pool.Free(block, size);
     return;
   }
-  const unsigned sizeClass = cache->ClassWithin(size);
+  const unsigned sizeClass = cache->ClassOf(size);
   NoteReturned(block, pools->State()->Existing(sizeClass), pools->pool.GetName());
   if (!cache->Push(sizeClass, block)) cache->Overflow(sizeClass, block);
 }

@@ -13,9 +13,9 @@ namespace du::internal {
 class CacheSet;
 
 // How many elements move at once between a thread's cache and the class's allocator: enough to make the lock
-// cheap, at most 64 KiB.
+// cheap, at most 16 KiB or two.
 constexpr unsigned BatchSize(unsigned elementSize) noexcept {
-  return std::clamp(65536 / elementSize, 2U, 32U);
+  return std::clamp(16384 / elementSize, 2U, 32U);
 }
 
 // Spans, and in front of them a few chains of a whole batch each that one thread gave back and the next may
@@ -62,7 +62,7 @@ class ElementStore {
   unsigned sizeClass = 0;            // and what its elements are in them
 
  private:
-  static constexpr std::size_t kTransferBytes = 262144;
+  static constexpr std::size_t kTransferBytes = 65536;
   static constexpr std::size_t kMaxSlots = 16;
 
   SpanStore spans_;

@@ -14,40 +14,49 @@ enum class Ladder { kNormal, kHigherSpeed };
 
 // The largest request that has a class.
 inline constexpr unsigned kLargestClassSize = 16384;
-inline constexpr unsigned kNoClass = 0xFFFFFFFFU;
 inline constexpr unsigned kMaxSmallClasses = 32;
 inline constexpr unsigned kLargeTableClasses = 120;
 inline constexpr unsigned kMaxClasses = kMaxSmallClasses + kLargeTableClasses;
+// What larger requests have. It is a valid index of tables with a place for them behind all classes.
+inline constexpr unsigned kNoClass = kMaxClasses;
 
 // Where the two ladders differ, as data for the hot path: requests of up to `spreadBelow` bytes go to class
-// (size - 1) / 2, all others to the normal class plus `shift`.
+// (size - 1) / 2, all others to the normal class plus `shift`; the next `evenSizes` sizes have classes that
+// are 8 bytes apart.
 struct LadderShape {
   unsigned spreadBelow;
+  unsigned evenSizes;
   unsigned shift;
   unsigned smallClasses;  // served by small-block allocators
 };
 
 constexpr LadderShape ShapeOf(Ladder ladder) noexcept {
-  return ladder == Ladder::kNormal ? LadderShape{.spreadBelow = 0, .shift = 0, .smallClasses = 8}
-                                   : LadderShape{.spreadBelow = 64, .shift = 24, .smallClasses = 32};
+  return ladder == Ladder::kNormal
+             ? LadderShape{.spreadBelow = 0, .evenSizes = 256, .shift = 0, .smallClasses = 8}
+             : LadderShape{.spreadBelow = 64, .evenSizes = 192, .shift = 24, .smallClasses = 32};
 }
 
 constexpr unsigned ClassCount(Ladder ladder) noexcept {
   return ShapeOf(ladder).smallClasses + kLargeTableClasses;
 }
 
-// The class of a request of at most kLargestClassSize bytes. Above 256 bytes each doubling has 16 classes, so
-// the class is the top five bits of size - 1 and the number of bits below them.
-constexpr unsigned ClassWithin(const LadderShape& shape, unsigned size) noexcept {
-  const unsigned last = size - (size != 0 ? 1U : 0U);
-  if (last < shape.spreadBelow) return last >> 1;
-  const unsigned step = static_cast<unsigned>(std::bit_width(last | 128U)) - 5;
-  return (last >> step) + ((step - 3) << 4) + shape.shift;
+// The class of a request; kNoClass above kLargestClassSize. Most requests are answered by the first line.
+// Above 256 bytes each doubling has 16 classes, so the class is the top five bits of size - 1 and the number
+// of bits below them.
+constexpr unsigned ClassOf(const LadderShape& shape, unsigned size) noexcept {
+  const unsigned last = size - 1;  // that of size 0 is beyond all
+  if (last - shape.spreadBelow < shape.evenSizes) [[likely]]
+    return (last >> 3) + shape.shift;
+  if (last < kLargestClassSize) {
+    if (last < shape.spreadBelow) return last >> 1;
+    const unsigned cut = (31U ^ static_cast<unsigned>(std::countl_zero(last | 128U))) - 4;
+    return (last >> cut) + ((cut - 3) << 4) + shape.shift;
+  }
+  return size == 0 ? 0 : kNoClass;
 }
 
-// The class of a request; kNoClass above kLargestClassSize.
 constexpr unsigned ClassOf(Ladder ladder, unsigned size) noexcept {
-  return size > kLargestClassSize ? kNoClass : ClassWithin(ShapeOf(ladder), size);
+  return ClassOf(ShapeOf(ladder), size);
 }
 
 // The rounded size of a class.

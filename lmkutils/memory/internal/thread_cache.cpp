@@ -24,50 +24,60 @@ constinit CacheSet commonCaches;
 ThreadCache::ThreadCache(MemPoolState& state) noexcept
     : seen_(attention.WhenCalm()), shape_(ShapeOf(state.ladder)), state_(state) {
   for (unsigned sizeClass = 0; sizeClass < ClassCount(state.ladder); ++sizeClass) {
-    bins_[sizeClass].limit = BatchSize(LargestSize(state.ladder, sizeClass));
+    bins_[sizeClass].limit = static_cast<std::uint16_t>(BatchOf(sizeClass));
   }
+}
+
+unsigned ThreadCache::BatchOf(unsigned sizeClass) const noexcept {
+  return BatchSize(LargestSize(state_.ladder, sizeClass));
 }
 
 void* ThreadCache::Refill(unsigned sizeClass) {
   ElementAllocator& allocator = state_.ClassAllocator(sizeClass);
   Bin& bin = bins_[sizeClass];
-  Chain chain = allocator.TakeMany(BatchSize(LargestSize(state_.ladder, sizeClass)));
+  Chain chain = allocator.TakeMany(BatchOf(sizeClass));
   if (chain.head == nullptr) return nullptr;
+  RaiseLimit(sizeClass);
   void* element = chain.Pop();
   bin.head = chain.head;
-  bin.count.store(static_cast<std::uint32_t>(chain.count), std::memory_order_relaxed);
+  bin.NotePushed(chain.count);
   return element;
+}
+
+void ThreadCache::RaiseLimit(unsigned sizeClass) noexcept {
+  Bin& bin = bins_[sizeClass];
+  const unsigned batch = BatchOf(sizeClass);
+  const std::size_t bytes = std::size_t{batch} * LargestSize(state_.ladder, sizeClass);
+  if (bin.limit + batch > kLongest) return;
+  if (promised_ + bytes > kBudget) HalveLimits();
+  if (promised_ + bytes > kBudget) return;
+  bin.limit = static_cast<std::uint16_t>(bin.limit + batch);
+  bin.overflows = 0;
+  promised_ += bytes;
 }
 
 void ThreadCache::Overflow(unsigned sizeClass, void* block) noexcept {
   Bin& bin = bins_[sizeClass];
-  const unsigned size = LargestSize(state_.ladder, sizeClass);
-  const unsigned batch = BatchSize(size);
-  const std::size_t more = std::size_t{batch} * size;
-  if (promised_ + more > kBudget) HalveLimits();
-  if (promised_ + more <= kBudget) {
-    bin.limit += batch;
-    promised_ += more;
-  } else {
-    GiveBack(sizeClass, batch);
-  }
-  if (!Push(sizeClass, block)) {
-    GiveBack(sizeClass, batch);
-    Push(sizeClass, block);
+  const unsigned batch = BatchOf(sizeClass);
+  GiveBack(sizeClass, batch);
+  Push(sizeClass, block);
+  if (bin.limit > batch && ++bin.overflows > kPatience) {
+    bin.limit = static_cast<std::uint16_t>(bin.limit - batch);
+    bin.overflows = 0;
+    promised_ -= std::size_t{batch} * LargestSize(state_.ladder, sizeClass);
   }
 }
 
 void ThreadCache::GiveBack(unsigned sizeClass, std::uint32_t count) noexcept {
   Bin& bin = bins_[sizeClass];
-  const std::uint32_t have = bin.count.load(std::memory_order_relaxed);
-  count = std::min(count, have);
+  count = std::min<std::uint32_t>(count, bin.Count());
   if (count == 0) return;
   Chain chain{.head = bin.head, .count = count};
   FreeElement* last = bin.head;
   for (std::uint32_t i = 1; i < count; ++i) last = last->next;
   bin.head = last->next;
   last->next = nullptr;
-  bin.count.store(have - count, std::memory_order_relaxed);
+  bin.NotePopped(count);
   state_.Existing(sizeClass)->GiveMany(chain);
 }
 
@@ -77,16 +87,16 @@ void ThreadCache::HalveLimits() noexcept {
     Bin& bin = bins_[sizeClass];
     const unsigned size = LargestSize(state_.ladder, sizeClass);
     const unsigned batch = BatchSize(size);
-    bin.limit = std::max(batch, bin.limit / 2 / batch * batch);
+    bin.limit = static_cast<std::uint16_t>(std::max(batch, bin.limit / 2 / batch * batch));
     promised_ += std::size_t{bin.limit - batch} * size;
-    while (bin.count.load(std::memory_order_relaxed) > bin.limit) GiveBack(sizeClass, batch);
+    while (bin.Count() > bin.limit) GiveBack(sizeClass, batch);
   }
 }
 
 void ThreadCache::Flush() noexcept {
   seen_ = attention.WhenCalm();
   for (unsigned sizeClass = 0; sizeClass < ClassCount(state_.ladder); ++sizeClass) {
-    const unsigned batch = BatchSize(LargestSize(state_.ladder, sizeClass));
+    const unsigned batch = BatchOf(sizeClass);
     while (bins_[sizeClass].head != nullptr) GiveBack(sizeClass, batch);
   }
 }
@@ -132,7 +142,8 @@ std::uint64_t CacheSet::CountCached(unsigned sizeClass) const noexcept {
   std::uint64_t count = 0;
   const ScopedLock guard(lock_.Get());
   for (const ThreadCache* cache = first_; cache != nullptr; cache = cache->next_) {
-    count += cache->bins_[sizeClass].count.load(std::memory_order_relaxed);
+    // Between the readings of its two counters its thread may go on, in either direction.
+    count += std::min(cache->bins_[sizeClass].Count(), ThreadCache::kLongest);
   }
   return count;
 }

@@ -21,8 +21,9 @@ struct MemPoolState;
 
 // One list of free elements a size class, popped and pushed without a lock or an atomic operation. An empty
 // list is refilled with a batch from the class's allocator, an overlong one gives a batch back. How long a
-// list may get is learned: it grows by a batch whenever it runs over, until the lists together might hold
-// kBudget bytes, whereupon all are cut to half. (The scheme is that of S. Ghemawat and P. Menage, TCMalloc.)
+// list may get is learned: a batch more whenever it ran empty, until the lists together might hold kBudget
+// bytes, whereupon all are cut to half; a batch less when it ran over time and again, as where one thread
+// frees what another allocates. (The scheme is that of S. Ghemawat and P. Menage, TCMalloc.)
 //
 // A block freed by another thread than its maker's goes into the freeing thread's list and returns to its
 // span with some batch. Only the owning thread touches a cache; others read the counts.
@@ -34,32 +35,32 @@ class ThreadCache {
   // Whether nothing happened since the cache last looked that forbids the short way.
   bool IsSettled() const noexcept { return seen_ == attention.Get(); }
 
-  unsigned ClassWithin(unsigned size) const noexcept { return internal::ClassWithin(shape_, size); }
+  // The class of a request, possibly kNoClass.
+  unsigned ClassOf(unsigned size) const noexcept { return internal::ClassOf(shape_, size); }
 
-  // An element of the class; null when the list is empty.
+  // An element of the class; null when the list is empty, as that of kNoClass always is.
   void* Pop(unsigned sizeClass) noexcept {
     Bin& bin = bins_[sizeClass];
     FreeElement* element = bin.head;
     if (element == nullptr) return nullptr;
     bin.head = element->next;
-    bin.count.store(bin.count.load(std::memory_order_relaxed) - 1, std::memory_order_relaxed);
+    bin.NotePopped(1);
     return element;
   }
 
-  // Keeps an element; false when the list is full.
+  // Keeps an element; false when the list is full, as that of kNoClass always is.
   bool Push(unsigned sizeClass, void* block) noexcept {
     Bin& bin = bins_[sizeClass];
-    const std::uint32_t count = bin.count.load(std::memory_order_relaxed);
-    if (count >= bin.limit) return false;
+    if (bin.Count() >= bin.limit) return false;
     bin.head = ::new (block) FreeElement{bin.head};
-    bin.count.store(count + 1, std::memory_order_relaxed);
+    bin.NotePushed(1);
     return true;
   }
 
   // Pop from an empty list: fetches a batch first. Null when the class is exhausted. Throws std::bad_alloc
-  // when the class's allocator cannot be made.
+  // when the class's allocator cannot be made. Not for kNoClass.
   void* Refill(unsigned sizeClass);
-  // Push into a full list.
+  // Push into a full list. Not for kNoClass.
   void Overflow(unsigned sizeClass, void* block) noexcept;
   // Gives everything back; the cache is settled then, unless a flag is up.
   void Flush() noexcept;
@@ -67,24 +68,46 @@ class ThreadCache {
  private:
   friend class CacheSet;
 
-  struct Bin {
+  // What came and what went is counted separately: of two counters, each written by one of the two operations
+  // alone, the processor need not wait for the one to write the other. Both run over, their difference does
+  // not. Other threads may read them. A bin never lies across two lines of the processor's cache.
+  struct alignas(16) Bin {
     FreeElement* head = nullptr;
-    std::atomic<std::uint32_t> count{0};
-    std::uint32_t limit = 0;
+    std::atomic<std::uint16_t> pushed{0};
+    std::atomic<std::uint16_t> popped{0};
+    std::uint16_t limit = 0;
+    std::uint16_t overflows = 0;  // since the limit last changed
+
+    std::uint16_t Count() const noexcept {
+      return static_cast<std::uint16_t>(pushed.load(std::memory_order_relaxed) -
+                                        popped.load(std::memory_order_relaxed));
+    }
+    void NotePushed(std::size_t count) noexcept { Add(pushed, count); }
+    void NotePopped(std::size_t count) noexcept { Add(popped, count); }
+
+   private:
+    static void Add(std::atomic<std::uint16_t>& counter, std::size_t count) noexcept {
+      counter.store(static_cast<std::uint16_t>(counter.load(std::memory_order_relaxed) + count),
+                    std::memory_order_relaxed);
+    }
   };
-  static constexpr std::size_t kBudget = std::size_t{4} << 20;  // bytes
+  static constexpr std::size_t kBudget = std::size_t{1} << 20;  // bytes beyond the first batch of each class
+  static constexpr std::uint16_t kLongest = 8192;
+  static constexpr std::uint16_t kPatience = 3;  // overflows before a limit is lowered
 
   explicit ThreadCache(MemPoolState& state) noexcept;
+  unsigned BatchOf(unsigned sizeClass) const noexcept;
+  void RaiseLimit(unsigned sizeClass) noexcept;
   void GiveBack(unsigned sizeClass, std::uint32_t count) noexcept;
   void HalveLimits() noexcept;
 
   std::size_t seen_;
   const LadderShape shape_;
   MemPoolState& state_;
-  std::size_t promised_ = 0;  // the sum of all limits, in bytes
+  std::size_t promised_ = 0;  // what the limits allow beyond the first batches, in bytes
   ThreadCache* previous_ = nullptr;
   ThreadCache* next_ = nullptr;
-  std::array<Bin, kMaxClasses> bins_;
+  std::array<Bin, kMaxClasses + 1> bins_;  // the last, of kNoClass, stays empty
 };
 
 // All caches of the process. Constant-initialised, used to the very end.

@@ -6,10 +6,12 @@
 
 // Present in builds with the leak checker, which looks for pointers to run-time heap blocks only where it is
 // told.
+// NOLINTBEGIN(bugprone-reserved-identifier)
 extern "C" {
 void __lsan_register_root_region(const void* address, std::size_t size) __attribute__((weak));
 void __lsan_unregister_root_region(const void* address, std::size_t size) __attribute__((weak));
 }
+// NOLINTEND(bugprone-reserved-identifier)
 
 namespace os {
 

@@ -6,8 +6,8 @@
 
 namespace os {
 
-extern constinit thread_local void* fastThreadPointer
-    __attribute__((tls_model("initial-exec"), visibility("hidden")));
+extern __attribute__((tls_model("initial-exec"),
+                      visibility("hidden"))) constinit thread_local void* fastThreadPointer;
 
 inline void* FastThreadPointerGet() noexcept {
   return fastThreadPointer;
