@@ -98,7 +98,7 @@ if(NOT WIN32)
   foreach(target lmk_objects lmk_os)
     target_compile_options(${target} PRIVATE -fno-semantic-interposition -fno-plt -ftls-model=initial-exec)
   endforeach()
-  target_link_options(lmkutils PRIVATE LINKER:--no-undefined LINKER:-Bsymbolic-functions)
+  target_link_options(lmkutils PRIVATE LINKER:--no-undefined LINKER:-Bsymbolic-functions LINKER:-z,nodelete)
 endif()
 
 # lmk_add_files(SOURCES ... HEADERS ... INTERNAL_HEADERS ...): files of the calling folder for the library.

@@ -73,18 +73,25 @@ PY
   figures="$p passed, $f failed, $s skipped"
 }
 
-run_tests() {   # run_tests STAGE PRESET COMMAND...: ctest, with COMMAND before it
-  local stage=$1 preset=$2 log="$logs/$1-test.log" junit="$logs/$1.xml" status figures=""; shift 2
+# run_tests STAGE PRESET COMMAND...: ctest, with COMMAND before it, once in each of the memory pools' modes
+run_tests() {
+  run_mode normal LUMORA_MEM= "$@"
+  run_mode higher-speed LUMORA_MEM_HIGHERSPEED_LARGERFOOTPRINT=1 "$@"
+  run_mode direct LUMORA_MEM_MAXSPEED_MAXFOOTPRINT=1 "$@"
+}
+
+run_mode() {   # run_mode MODE VARIABLE=VALUE STAGE PRESET COMMAND...
+  local mode=$1 setting=$2 stage=$3 preset=$4 log="$logs/$3-test-$1.log" junit="$logs/$3-$1.xml" status figures=""; shift 4
   rm -f "$junit"
-  "$@" ctest --preset "$preset" -j "$jobs" --no-tests=error --output-junit "$junit" > "$log" 2>&1
+  env "$setting" "$@" ctest --preset "$preset" -j "$jobs" --no-tests=error --output-junit "$junit" > "$log" 2>&1
   status=$?
   if ! count_junit "$junit" 2>> "$log"; then
     fail_stage "$stage" "the tests do not run (exit status $status)" "$log"
     return
   fi
-  note "$stage" "$figures"
+  note "$stage" "$mode: $figures"
   if [ $status != 0 ]; then
-    echo "--- $stage (log: $log)"
+    echo "--- $stage, $mode (log: $log)"
     grep -E ': Failure|ERROR: |WARNING: Thread|runtime error' -A 12 "$log" | head -n 200
     sed -n '/The following tests FAILED/,$p' "$log"
   fi
