@@ -1,30 +1,30 @@
 #include "lmkutils/memory/common_allocator.h"
 
+#include "lmkutils/memory/internal/block_ledger.h"
 #include "lmkutils/memory/internal/common_pools.h"
 #include "lmkutils/memory/internal/thread_cache.h"
 
 namespace du {
 
 void* CommonAllocatorImpl::Allocate(unsigned size, void* hint) {
-#ifdef NDEBUG
   internal::ThreadCache* cache = internal::ThreadCache::Current();
   if (cache != nullptr && cache->IsSettled()) [[likely]] {
-    if (void* block = cache->Pop(cache->ClassOf(size))) [[likely]]
+    if (void* block = cache->Pop(cache->ClassOf(size))) [[likely]] {
+      internal::NoteHandedOut(block);
       return block;
+    }
   }
-#endif
   return internal::AllocateTheLongWay(size, hint);
 }
 
 void CommonAllocatorImpl::Deallocate(void* block, unsigned size) noexcept {
   if (block == nullptr) return;
-#ifdef NDEBUG
   internal::ThreadCache* cache = internal::ThreadCache::Current();
-  if (cache != nullptr && cache->IsSettled()) [[likely]] {
+  // With a ledger the long way finds out first whose block it is.
+  if (!internal::kHasLedger && cache != nullptr && cache->IsSettled()) [[likely]] {
     if (cache->Push(cache->ClassOf(size), block)) [[likely]]
       return;
   }
-#endif
   internal::DeallocateTheLongWay(block, size);
 }
 

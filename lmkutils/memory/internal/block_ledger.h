@@ -8,6 +8,12 @@ class ElementAllocator;
 
 namespace du::internal {
 
+#ifdef NDEBUG
+inline constexpr bool kHasLedger = false;
+#else
+inline constexpr bool kHasLedger = true;
+#endif
+
 #ifndef NDEBUG
 // `block`, of a size class, goes to the pool's caller. Null is ignored.
 void NoteHandedOut(void* block) noexcept;

@@ -21,38 +21,32 @@ inline constexpr unsigned kMaxClasses = kMaxSmallClasses + kLargeTableClasses;
 inline constexpr unsigned kNoClass = kMaxClasses;
 
 // Where the two ladders differ, as data for the hot path: requests of up to `spreadBelow` bytes go to class
-// (size - 1) / 2, all others to the normal class plus `shift`; the next `evenSizes` sizes have classes that
-// are 8 bytes apart.
+// (size - 1) / 2, all others to the normal class plus `shift`.
 struct LadderShape {
   unsigned spreadBelow;
-  unsigned evenSizes;
   unsigned shift;
   unsigned smallClasses;  // served by small-block allocators
 };
 
 constexpr LadderShape ShapeOf(Ladder ladder) noexcept {
-  return ladder == Ladder::kNormal
-             ? LadderShape{.spreadBelow = 0, .evenSizes = 256, .shift = 0, .smallClasses = 8}
-             : LadderShape{.spreadBelow = 64, .evenSizes = 192, .shift = 24, .smallClasses = 32};
+  return ladder == Ladder::kNormal ? LadderShape{.spreadBelow = 0, .shift = 0, .smallClasses = 8}
+                                   : LadderShape{.spreadBelow = 64, .shift = 24, .smallClasses = 32};
 }
 
 constexpr unsigned ClassCount(Ladder ladder) noexcept {
   return ShapeOf(ladder).smallClasses + kLargeTableClasses;
 }
 
-// The class of a request; kNoClass above kLargestClassSize. Most requests are answered by the first line.
-// Above 256 bytes each doubling has 16 classes, so the class is the top five bits of size - 1 and the number
-// of bits below them.
+// The class of a request; kNoClass above kLargestClassSize. Above 256 bytes each doubling has 16 classes, so
+// the class is the top five bits of size - 1 and the number of bits below them; to 256 bytes, where 3 bits
+// are cut off always, likewise. Sizes come in any order, so this branches only where all go one way.
 constexpr unsigned ClassOf(const LadderShape& shape, unsigned size) noexcept {
-  const unsigned last = size - 1;  // that of size 0 is beyond all
-  if (last - shape.spreadBelow < shape.evenSizes) [[likely]]
-    return (last >> 3) + shape.shift;
-  if (last < kLargestClassSize) {
-    if (last < shape.spreadBelow) return last >> 1;
-    const unsigned cut = (31U ^ static_cast<unsigned>(std::countl_zero(last | 128U))) - 4;
-    return (last >> cut) + ((cut - 3) << 4) + shape.shift;
-  }
-  return size == 0 ? 0 : kNoClass;
+  if (size > kLargestClassSize) [[unlikely]]
+    return kNoClass;
+  const unsigned last = size - (size != 0 ? 1U : 0U);
+  if (last < shape.spreadBelow) return last >> 1;
+  const unsigned cut = (31U ^ static_cast<unsigned>(std::countl_zero(last | 128U))) - 4;
+  return (last >> cut) + ((cut - 3) << 4) + shape.shift;
 }
 
 constexpr unsigned ClassOf(Ladder ladder, unsigned size) noexcept {

@@ -21,10 +21,23 @@ char threadIsEnding;
 
 constinit CacheSet commonCaches;
 
-ThreadCache::ThreadCache(MemPoolState& state) noexcept
-    : seen_(attention.WhenCalm()), shape_(ShapeOf(state.ladder)), state_(state) {
+ThreadCache* ThreadCache::Make(MemPoolState& state) noexcept {
+  void* const storage = os::HeapAllocate(sizeof(ThreadCache) + alignof(ThreadCache));
+  if (storage == nullptr) return nullptr;
+  const std::size_t beyond = reinterpret_cast<std::uintptr_t>(storage) % alignof(ThreadCache);
+  return ::new (static_cast<char*>(storage) + alignof(ThreadCache) - beyond) ThreadCache(state, storage);
+}
+
+void ThreadCache::Destroy() noexcept {
+  void* const storage = storage_;
+  this->~ThreadCache();
+  os::HeapFree(storage);
+}
+
+ThreadCache::ThreadCache(MemPoolState& state, void* storage) noexcept
+    : seen_(attention.WhenCalm()), shape_(ShapeOf(state.ladder)), state_(state), storage_(storage) {
   for (unsigned sizeClass = 0; sizeClass < ClassCount(state.ladder); ++sizeClass) {
-    bins_[sizeClass].limit = static_cast<std::uint16_t>(BatchOf(sizeClass));
+    bins_[sizeClass].SetLimit(BatchOf(sizeClass));
   }
 }
 
@@ -40,7 +53,7 @@ void* ThreadCache::Refill(unsigned sizeClass) {
   RaiseLimit(sizeClass);
   void* element = chain.Pop();
   bin.head = chain.head;
-  bin.NotePushed(chain.count);
+  Bin::Add(bin.pushed, chain.count);
   return element;
 }
 
@@ -51,8 +64,7 @@ void ThreadCache::RaiseLimit(unsigned sizeClass) noexcept {
   if (bin.limit + batch > kLongest) return;
   if (promised_ + bytes > kBudget) HalveLimits();
   if (promised_ + bytes > kBudget) return;
-  bin.limit = static_cast<std::uint16_t>(bin.limit + batch);
-  bin.overflows = 0;
+  bin.SetLimit(bin.limit + batch);
   promised_ += bytes;
 }
 
@@ -62,8 +74,7 @@ void ThreadCache::Overflow(unsigned sizeClass, void* block) noexcept {
   GiveBack(sizeClass, batch);
   Push(sizeClass, block);
   if (bin.limit > batch && ++bin.overflows > kPatience) {
-    bin.limit = static_cast<std::uint16_t>(bin.limit - batch);
-    bin.overflows = 0;
+    bin.SetLimit(bin.limit - batch);
     promised_ -= std::size_t{batch} * LargestSize(state_.ladder, sizeClass);
   }
 }
@@ -77,7 +88,7 @@ void ThreadCache::GiveBack(unsigned sizeClass, std::uint32_t count) noexcept {
   for (std::uint32_t i = 1; i < count; ++i) last = last->next;
   bin.head = last->next;
   last->next = nullptr;
-  bin.NotePopped(count);
+  Bin::Add(bin.fullAt, count);
   state_.Existing(sizeClass)->GiveMany(chain);
 }
 
@@ -87,9 +98,10 @@ void ThreadCache::HalveLimits() noexcept {
     Bin& bin = bins_[sizeClass];
     const unsigned size = LargestSize(state_.ladder, sizeClass);
     const unsigned batch = BatchSize(size);
-    bin.limit = static_cast<std::uint16_t>(std::max(batch, bin.limit / 2 / batch * batch));
-    promised_ += std::size_t{bin.limit - batch} * size;
-    while (bin.Count() > bin.limit) GiveBack(sizeClass, batch);
+    const unsigned limit = std::max(batch, bin.limit / 2 / batch * batch);
+    promised_ += std::size_t{limit - batch} * size;
+    while (bin.Count() > limit) GiveBack(sizeClass, batch);
+    bin.SetLimit(limit);
   }
 }
 
@@ -106,12 +118,11 @@ ThreadCache* CacheSet::CurrentOrMake(MemPoolState& state) noexcept {
   if (!Prepare()) return nullptr;
   const int key = exitKey_.load(std::memory_order_acquire);
   if (os::ThreadExitKeyGet(key) != nullptr) return nullptr;  // ending
-  void* storage = os::HeapAllocate(sizeof(ThreadCache));
-  if (storage == nullptr) return nullptr;
-  auto* cache = ::new (storage) ThreadCache(state);
+  ThreadCache* cache = ThreadCache::Make(state);
+  if (cache == nullptr) return nullptr;
   if (!os::ThreadExitKeySet(key, cache) || !os::FastThreadPointerSet(cache)) {
     os::ThreadExitKeySet(key, nullptr);
-    os::HeapFree(cache);
+    cache->Destroy();
     return nullptr;
   }
   const ScopedLock guard(lock_.Get());
@@ -175,8 +186,7 @@ void CacheSet::AtThreadExit(void* value) noexcept {
     }
     if (cache->next_ != nullptr) cache->next_->previous_ = cache->previous_;
   }
-  cache->~ThreadCache();
-  os::HeapFree(cache);
+  cache->Destroy();
 }
 
 }  // namespace du::internal

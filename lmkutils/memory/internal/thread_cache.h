@@ -27,7 +27,7 @@ struct MemPoolState;
 //
 // A block freed by another thread than its maker's goes into the freeing thread's list and returns to its
 // span with some batch. Only the owning thread touches a cache; others read the counts.
-class ThreadCache {
+class alignas(64) ThreadCache {
  public:
   // The calling thread's cache; null before its first request and after its end.
   static ThreadCache* Current() noexcept { return static_cast<ThreadCache*>(os::FastThreadPointerGet()); }
@@ -44,16 +44,17 @@ class ThreadCache {
     FreeElement* element = bin.head;
     if (element == nullptr) return nullptr;
     bin.head = element->next;
-    bin.NotePopped(1);
+    Bin::Add(bin.fullAt, 1);
     return element;
   }
 
   // Keeps an element; false when the list is full, as that of kNoClass always is.
   bool Push(unsigned sizeClass, void* block) noexcept {
     Bin& bin = bins_[sizeClass];
-    if (bin.Count() >= bin.limit) return false;
+    const std::uint16_t pushed = bin.pushed.load(std::memory_order_relaxed);
+    if (pushed == bin.fullAt.load(std::memory_order_relaxed)) return false;
     bin.head = ::new (block) FreeElement{bin.head};
-    bin.NotePushed(1);
+    bin.pushed.store(static_cast<std::uint16_t>(pushed + 1), std::memory_order_relaxed);
     return true;
   }
 
@@ -68,24 +69,25 @@ class ThreadCache {
  private:
   friend class CacheSet;
 
-  // What came and what went is counted separately: of two counters, each written by one of the two operations
-  // alone, the processor need not wait for the one to write the other. Both run over, their difference does
-  // not. Other threads may read them. A bin never lies across two lines of the processor's cache.
+  // Of what came and what went each has a counter of its own, so that the processor need not wait for the one
+  // operation to write what the other reads. Both run over, their difference does not. Other threads may read
+  // them. A bin never lies across two lines of the processor's cache.
   struct alignas(16) Bin {
     FreeElement* head = nullptr;
     std::atomic<std::uint16_t> pushed{0};
-    std::atomic<std::uint16_t> popped{0};
+    std::atomic<std::uint16_t> fullAt{0};  // how many were popped, and `limit`: what `pushed` stops at
     std::uint16_t limit = 0;
     std::uint16_t overflows = 0;  // since the limit last changed
 
     std::uint16_t Count() const noexcept {
       return static_cast<std::uint16_t>(pushed.load(std::memory_order_relaxed) -
-                                        popped.load(std::memory_order_relaxed));
+                                        fullAt.load(std::memory_order_relaxed) + limit);
     }
-    void NotePushed(std::size_t count) noexcept { Add(pushed, count); }
-    void NotePopped(std::size_t count) noexcept { Add(popped, count); }
-
-   private:
+    void SetLimit(unsigned value) noexcept {
+      Add(fullAt, value - limit);
+      limit = static_cast<std::uint16_t>(value);
+      overflows = 0;
+    }
     static void Add(std::atomic<std::uint16_t>& counter, std::size_t count) noexcept {
       counter.store(static_cast<std::uint16_t>(counter.load(std::memory_order_relaxed) + count),
                     std::memory_order_relaxed);
@@ -95,7 +97,10 @@ class ThreadCache {
   static constexpr std::uint16_t kLongest = 8192;
   static constexpr std::uint16_t kPatience = 3;  // overflows before a limit is lowered
 
-  explicit ThreadCache(MemPoolState& state) noexcept;
+  // Null when there is no memory for one.
+  static ThreadCache* Make(MemPoolState& state) noexcept;
+  void Destroy() noexcept;
+  ThreadCache(MemPoolState& state, void* storage) noexcept;
   unsigned BatchOf(unsigned sizeClass) const noexcept;
   void RaiseLimit(unsigned sizeClass) noexcept;
   void GiveBack(unsigned sizeClass, std::uint32_t count) noexcept;
@@ -104,6 +109,7 @@ class ThreadCache {
   std::size_t seen_;
   const LadderShape shape_;
   MemPoolState& state_;
+  void* const storage_;  // as the run-time heap gave it; lines of the cache are not shared with other threads
   std::size_t promised_ = 0;  // what the limits allow beyond the first batches, in bytes
   ThreadCache* previous_ = nullptr;
   ThreadCache* next_ = nullptr;
