@@ -70,6 +70,14 @@ TEST(CommonPools, BlocksFreedByOtherThreadsFindTheirWayHome) {
       EXPECT_EQ(static_cast<unsigned char*>(block)[71], static_cast<unsigned char>(i));
       Common::Deallocate(block, 72);
     }
+    // A thread that only frees does not hoard.
+    MemPoolBlockStatistics statistics;
+    Common::GetBlockStatistics(statistics, 0);
+    for (const MemPoolClassStatistics& one : statistics.classes) {
+      if (one.elementSize == 72) {
+        EXPECT_LE(one.elementsCached, 200U);
+      }
+    }
   });
   for (int i = 0; i < kBlocks; ++i) {
     void* block = Common::Allocate(72);

@@ -62,7 +62,7 @@ class ElementStore {
   unsigned sizeClass = 0;            // and what its elements are in them
 
  private:
-  static constexpr std::size_t kTransferBytes = 65536;
+  static constexpr std::size_t kTransferBytes = 32768;
   static constexpr std::size_t kMaxSlots = 16;
 
   SpanStore spans_;

@@ -61,10 +61,10 @@ void ThreadCache::RaiseLimit(unsigned sizeClass) noexcept {
   Bin& bin = bins_[sizeClass];
   const unsigned batch = BatchOf(sizeClass);
   const std::size_t bytes = std::size_t{batch} * LargestSize(state_.ladder, sizeClass);
-  if (bin.limit + batch > kLongest) return;
+  if (bin.Limit() + batch > kLongest) return;
   if (promised_ + bytes > kBudget) HalveLimits();
   if (promised_ + bytes > kBudget) return;
-  bin.SetLimit(bin.limit + batch);
+  bin.SetLimit(bin.Limit() + batch);
   promised_ += bytes;
 }
 
@@ -72,11 +72,12 @@ void ThreadCache::Overflow(unsigned sizeClass, void* block) noexcept {
   Bin& bin = bins_[sizeClass];
   const unsigned batch = BatchOf(sizeClass);
   GiveBack(sizeClass, batch);
-  Push(sizeClass, block);
-  if (bin.limit > batch && ++bin.overflows > kPatience) {
-    bin.SetLimit(bin.limit - batch);
+  if (bin.Limit() > batch && ++bin.overflows > kPatience) {
+    bin.SetLimit(bin.Limit() - batch);
     promised_ -= std::size_t{batch} * LargestSize(state_.ladder, sizeClass);
+    GiveBack(sizeClass, batch);
   }
+  Push(sizeClass, block);
 }
 
 void ThreadCache::GiveBack(unsigned sizeClass, std::uint32_t count) noexcept {
@@ -98,7 +99,7 @@ void ThreadCache::HalveLimits() noexcept {
     Bin& bin = bins_[sizeClass];
     const unsigned size = LargestSize(state_.ladder, sizeClass);
     const unsigned batch = BatchSize(size);
-    const unsigned limit = std::max(batch, bin.limit / 2 / batch * batch);
+    const unsigned limit = std::max(batch, bin.Limit() / 2 / batch * batch);
     promised_ += std::size_t{limit - batch} * size;
     while (bin.Count() > limit) GiveBack(sizeClass, batch);
     bin.SetLimit(limit);

@@ -76,16 +76,17 @@ class alignas(64) ThreadCache {
     FreeElement* head = nullptr;
     std::atomic<std::uint16_t> pushed{0};
     std::atomic<std::uint16_t> fullAt{0};  // how many were popped, and `limit`: what `pushed` stops at
-    std::uint16_t limit = 0;
-    std::uint16_t overflows = 0;  // since the limit last changed
+    std::atomic<std::uint16_t> limit{0};   // of the list's length, which is never beyond
+    std::uint16_t overflows = 0;           // since the limit last changed
 
     std::uint16_t Count() const noexcept {
       return static_cast<std::uint16_t>(pushed.load(std::memory_order_relaxed) -
-                                        fullAt.load(std::memory_order_relaxed) + limit);
+                                        fullAt.load(std::memory_order_relaxed) + Limit());
     }
+    unsigned Limit() const noexcept { return limit.load(std::memory_order_relaxed); }
     void SetLimit(unsigned value) noexcept {
-      Add(fullAt, value - limit);
-      limit = static_cast<std::uint16_t>(value);
+      Add(fullAt, value - Limit());
+      limit.store(static_cast<std::uint16_t>(value), std::memory_order_relaxed);
       overflows = 0;
     }
     static void Add(std::atomic<std::uint16_t>& counter, std::size_t count) noexcept {
