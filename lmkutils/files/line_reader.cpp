@@ -23,10 +23,7 @@ class LineReader::State {
   unsigned long ReadBinary(unsigned long count);
   void SeekToLineStart();
   std::string GetString() const;
-  // What callers see.
-  std::string_view Shown() const noexcept {
-    return replaced_ != nullptr ? inChunk_ : std::string_view(line_.Data(), line_.Size());
-  }
+  std::string_view Shown() const noexcept { return shown_; }
 
  private:
   enum class TextForm { kBytes = 0, kUtf8 = 1, kUtf16Little = 2, kUtf16Big = 3 };
@@ -42,8 +39,9 @@ class LineReader::State {
   bool FillFirst();
   std::size_t Take(char* target, std::size_t room);
   void SkipMark();
-  void RestoreChunk() noexcept;
+  void BeginReading() noexcept;
   bool ShowInChunk() noexcept;
+  void ShowLine() noexcept;
   bool TakeBytes();
   bool TakeUnits();
 
@@ -63,10 +61,11 @@ class LineReader::State {
   std::int64_t lineStart_ = 0;
   bool hasLine_ = false;
 
-  // A line that is shown where it lies in the chunk, instead of line_: a zero stands in the place of the byte
-  // behind it then, until the next line or bytes are read.
-  std::string_view inChunk_;
-  char* replaced_ = nullptr;  // null when line_ is shown
+  // What callers see: line_, or a line where it lies in the chunk. There a zero stands in the place of the
+  // byte behind the line, until the next line or bytes are read.
+  static constexpr std::string_view kNothing{"\0", 0};  // before a zero unit
+  std::string_view shown_ = kNothing;
+  char* replaced_ = nullptr;
   char replacedByte_ = '\0';
 };
 
@@ -123,22 +122,28 @@ void LineReader::State::SkipMark() {
 
 // -- Lines
 
-void LineReader::State::RestoreChunk() noexcept {
+inline void LineReader::State::BeginReading() noexcept {
+  shown_ = kNothing;  // in case that memory is exhausted
   if (replaced_ != nullptr) *replaced_ = replacedByte_;
   replaced_ = nullptr;
 }
 
 // Most lines of bytes end in the chunk where they begin: these are not copied. False for others.
-bool LineReader::State::ShowInChunk() noexcept {
+inline bool LineReader::State::ShowInChunk() noexcept {
   const char* const stop = internal::FindLineFeed(next_, end_);
   if (stop == end_) return false;
   const char* const last = stop != next_ && stop[-1] == '\r' ? stop - 1 : stop;
-  inChunk_ = std::string_view(next_, static_cast<std::size_t>(last - next_));
+  shown_ = std::string_view(next_, static_cast<std::size_t>(last - next_));
   replaced_ = chunk_ + (last - chunk_);
   replacedByte_ = *last;
   *replaced_ = '\0';
   next_ = stop + 1;
   return true;
+}
+
+void LineReader::State::ShowLine() noexcept {
+  line_.Terminate();
+  shown_ = std::string_view(line_.Data(), line_.Size());
 }
 
 // These two move what the chunk has of the line into line_, without LF and the CR before that; true when the
@@ -174,7 +179,7 @@ bool LineReader::State::TakeUnits() {
 }
 
 bool LineReader::State::ReadLine() {
-  RestoreChunk();
+  BeginReading();
   line_.Shrink();
   bool more = HasUnit() || (atStart_ ? FillFirst() : Fill());
   lineStart_ = Position();  // known only now: a mark is not part of the line
@@ -185,19 +190,19 @@ bool LineReader::State::ReadLine() {
     ended = IsUtf16() ? TakeUnits() : TakeBytes();
     more = HasUnit() || (!ended && Fill());
   }
-  line_.Terminate();
+  ShowLine();
   return ended || line_.Size() != 0;
 }
 
 std::string LineReader::State::GetString() const {
-  if (!IsUtf16()) return std::string(Shown());
-  return ToUtf8(std::u16string_view(reinterpret_cast<const char16_t*>(line_.Data()), line_.Size() / 2));
+  if (!IsUtf16()) return std::string(shown_);
+  return ToUtf8(std::u16string_view(reinterpret_cast<const char16_t*>(shown_.data()), shown_.size() / 2));
 }
 
 // -- Raw bytes
 
 unsigned long LineReader::State::ReadBinary(unsigned long count) {
-  RestoreChunk();
+  BeginReading();
   line_.Clear();
   while (line_.Size() < count && (next_ != end_ || Fill())) {
     const std::size_t size =
@@ -205,7 +210,7 @@ unsigned long LineReader::State::ReadBinary(unsigned long count) {
     line_.Append(next_, size);
     next_ += size;
   }
-  line_.Terminate();
+  ShowLine();
   return static_cast<unsigned long>(line_.Size());
 }
 

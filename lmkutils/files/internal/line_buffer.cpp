@@ -9,7 +9,6 @@ namespace du::internal {
 
 LineBuffer::LineBuffer() : data_(static_cast<char*>(os::HeapAllocate(kFirstCapacity))) {
   if (data_ == nullptr) throw std::bad_alloc();
-  Terminate();
 }
 
 LineBuffer::~LineBuffer() {
@@ -25,7 +24,6 @@ void LineBuffer::Replace() noexcept {
 }
 
 void LineBuffer::Grow(std::size_t size) {
-  Terminate();  // for whoever looks at it after a failure
   std::size_t capacity = capacity_;
   while (size > capacity - kTerminator - size_) {
     if (capacity > std::numeric_limits<std::size_t>::max() / 2) throw std::bad_alloc();
