@@ -13,10 +13,11 @@
 #include "lmkutils/text/encoding.h"
 
 namespace du {
+namespace internal {
 
-class LineReader::State {
+class LineReaderState {
  public:
-  State(FileReader* source, int byteLimit)
+  LineReaderState(FileReader* source, int byteLimit)
       : source_(source), limit_(byteLimit > 0 ? static_cast<unsigned>(byteLimit) : 0) {}
 
   bool ReadLine();
@@ -57,7 +58,7 @@ class LineReader::State {
   const char* end_ = chunk_;
   std::int64_t chunkStart_ = 0;
 
-  internal::LineBuffer line_;
+  LineBuffer line_;
   std::int64_t lineStart_ = 0;
   bool hasLine_ = false;
 
@@ -72,17 +73,17 @@ class LineReader::State {
 // -- The chunk
 
 // What the reader and the limit give, at most so many bytes.
-std::size_t LineReader::State::Take(char* target, std::size_t room) {
+std::size_t LineReaderState::Take(char* target, std::size_t room) {
   if (limit_ != 0) room = static_cast<std::size_t>(std::min<std::uint64_t>(room, limit_ - taken_));
   if (source_ == nullptr || room == 0) return 0;
-  const std::size_t taken = internal::FileReaderAccess::ReadAvailable(*source_, target, room);
+  const std::size_t taken = FileReaderAccess::ReadAvailable(*source_, target, room);
   taken_ += taken;
   return taken;
 }
 
 // Takes the next bytes, behind half a unit if that is left. False when there are none: the chunk stays then,
 // since SeekToBufferStart may want it.
-bool LineReader::State::Fill() {
+bool LineReaderState::Fill() {
   const std::size_t left = next_ == end_ ? 0 : 1;
   const char half = left == 0 ? '\0' : *next_;
   const std::int64_t position = source_ == nullptr ? 0 : source_->GetPosition();
@@ -97,14 +98,14 @@ bool LineReader::State::Fill() {
 }
 
 // The first chunk of lines, which may begin with a mark.
-bool LineReader::State::FillFirst() {
+bool LineReaderState::FillFirst() {
   constexpr std::ptrdiff_t kLeastWithMark = 4;
   if (!Fill()) return false;
   if (end_ - next_ >= kLeastWithMark) SkipMark();
   return true;
 }
 
-void LineReader::State::SkipMark() {
+void LineReaderState::SkipMark() {
   static constexpr struct {
     std::string_view bytes;
     TextForm form;
@@ -122,15 +123,15 @@ void LineReader::State::SkipMark() {
 
 // -- Lines
 
-inline void LineReader::State::BeginReading() noexcept {
+inline void LineReaderState::BeginReading() noexcept {
   shown_ = kNothing;  // in case that memory is exhausted
   if (replaced_ != nullptr) *replaced_ = replacedByte_;
   replaced_ = nullptr;
 }
 
 // Most lines of bytes end in the chunk where they begin: these are not copied. False for others.
-inline bool LineReader::State::ShowInChunk() noexcept {
-  const char* const stop = internal::FindLineFeed(next_, end_);
+inline bool LineReaderState::ShowInChunk() noexcept {
+  const char* const stop = FindLineFeed(next_, end_);
   if (stop == end_) return false;
   const char* const last = stop != next_ && stop[-1] == '\r' ? stop - 1 : stop;
   shown_ = std::string_view(next_, static_cast<std::size_t>(last - next_));
@@ -141,7 +142,7 @@ inline bool LineReader::State::ShowInChunk() noexcept {
   return true;
 }
 
-void LineReader::State::ShowLine() noexcept {
+void LineReaderState::ShowLine() noexcept {
   line_.Terminate();
   shown_ = std::string_view(line_.Data(), line_.Size());
 }
@@ -149,8 +150,8 @@ void LineReader::State::ShowLine() noexcept {
 // These two move what the chunk has of the line into line_, without LF and the CR before that; true when the
 // line ended.
 
-bool LineReader::State::TakeBytes() {
-  const char* const stop = internal::FindLineFeed(next_, end_);
+bool LineReaderState::TakeBytes() {
+  const char* const stop = FindLineFeed(next_, end_);
   line_.Append(next_, static_cast<std::size_t>(stop - next_));
   next_ = stop;
   if (stop == end_) return false;
@@ -160,13 +161,13 @@ bool LineReader::State::TakeBytes() {
   return true;
 }
 
-bool LineReader::State::TakeUnits() {
+bool LineReaderState::TakeUnits() {
   const bool swapped = form_ == TextForm::kUtf16Big;
   const char* const end = end_ - (end_ - next_) % 2;
-  const char* const stop = internal::FindLineFeed16(next_, end, swapped ? 0x0A00 : 0x000A);
+  const char* const stop = FindLineFeed16(next_, end, swapped ? 0x0A00 : 0x000A);
   const auto size = static_cast<std::size_t>(stop - next_);
   if (swapped) {
-    internal::CopyByteSwapped<std::uint16_t>(line_.Room(size), next_, size / 2);
+    CopyByteSwapped<std::uint16_t>(line_.Room(size), next_, size / 2);
     line_.Add(size);
   } else {
     line_.Append(next_, size);
@@ -178,7 +179,7 @@ bool LineReader::State::TakeUnits() {
   return true;
 }
 
-bool LineReader::State::ReadLine() {
+bool LineReaderState::ReadLine() {
   BeginReading();
   line_.Shrink();
   bool more = HasUnit() || (atStart_ ? FillFirst() : Fill());
@@ -194,14 +195,14 @@ bool LineReader::State::ReadLine() {
   return ended || line_.Size() != 0;
 }
 
-std::string LineReader::State::GetString() const {
+std::string LineReaderState::GetString() const {
   if (!IsUtf16()) return std::string(shown_);
   return ToUtf8(std::u16string_view(reinterpret_cast<const char16_t*>(shown_.data()), shown_.size() / 2));
 }
 
 // -- Raw bytes
 
-unsigned long LineReader::State::ReadBinary(unsigned long count) {
+unsigned long LineReaderState::ReadBinary(unsigned long count) {
   BeginReading();
   line_.Clear();
   while (line_.Size() < count && (next_ != end_ || Fill())) {
@@ -214,7 +215,7 @@ unsigned long LineReader::State::ReadBinary(unsigned long count) {
   return static_cast<unsigned long>(line_.Size());
 }
 
-void LineReader::State::SeekToLineStart() {
+void LineReaderState::SeekToLineStart() {
   if (!hasLine_ || source_ == nullptr) return;
   // A line that is shown in the chunk is found there: what callers see stays.
   if (lineStart_ < chunkStart_ || lineStart_ > ChunkEnd()) {
@@ -228,10 +229,10 @@ void LineReader::State::SeekToLineStart() {
   next_ = chunk_ + (lineStart_ - chunkStart_);
 }
 
-// -- The public face
+}  // namespace internal
 
 LineReader::LineReader(FileReader* reader, int byteLimit)
-    : state_(std::make_unique<State>(reader, byteLimit)) {}
+    : state_(std::make_unique<internal::LineReaderState>(reader, byteLimit)) {}
 
 LineReader::~LineReader() = default;
 

@@ -11,6 +11,10 @@ namespace du {
 
 class FileReader;
 
+namespace internal {
+class LineReaderState;
+}  // namespace internal
+
 // Splits what a FileReader delivers into lines, which end in LF or CR LF; raw bytes can be read in between.
 //
 // When the first bytes that are taken begin with a byte order mark, the text is UTF-8 or UTF-16 of either
@@ -58,9 +62,7 @@ class LMK_API LineReader {
   bool SeekToBufferStart();
 
  private:
-  class State;
-
-  std::unique_ptr<State> state_;
+  std::unique_ptr<internal::LineReaderState> state_;
 };
 
 }  // namespace du
