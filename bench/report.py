@@ -14,7 +14,7 @@ import statistics
 import subprocess
 import sys
 
-AREAS = ("symbol", "trace", "locks", "time", "messages", "lines", "buffers")
+AREAS = ("symbol", "trace", "locks", "time", "messages", "lines", "buffers", "binary", "sections")
 OURS, FLOOR = "lmkutils", "floor: "
 
 
@@ -44,6 +44,11 @@ GOALS = (
     Goal("messages", r"", "peers", 1),
     Goal("lines", r"", "peers", 1),
     Goal("buffers", r"", "peers", 1),
+    Goal("binary", r"", "peers", 1),
+    Goal("binary", r"one by one", "floor", 1 / 1.5),
+    Goal("binary", r"as an array", "floor", 1 / 1.2),
+    Goal("sections", r"", "peers", 1),
+    Goal("sections", r"", "floor", 1 / 1.05),
 )
 
 
