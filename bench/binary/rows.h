@@ -50,7 +50,7 @@ void ReadSingles(benchmark::State& state, bool swapped) {
   for (auto _ : state) {
     typename Contender::Input in(path, swapped);
     std::uint64_t sum = 0;
-    T value;
+    T value{};
     while (in.Read(value)) sum += Bits(value);
     if (sum != ExpectedSum<T>()) state.SkipWithError("read other values");
   }

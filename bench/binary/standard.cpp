@@ -1,8 +1,8 @@
 // stdio without its locks, file streams, and as the floor the system's calls with copies written by hand.
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <fstream>
-#include <type_traits>
 
 #include "bench/binary/rows.h"
 #include "bench/binary/swap.h"

@@ -2,8 +2,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <filesystem>
-#include <system_error>
 
 #include "lmkutils/files/internal/writer_file.h"
 #include "lmkutils/files/internal/writer_section.h"
@@ -11,18 +9,6 @@
 #include "lmkutils/trace/lm_tracer.h"
 
 namespace du {
-namespace {
-
-bool AreOneFile(const std::string& path, const std::string& other) {
-  const auto native = [](const std::string& text) {
-    return std::filesystem::path(std::u8string(text.begin(), text.end()));
-  };
-  std::error_code error;
-  return std::filesystem::equivalent(native(path), native(other), error);
-}
-
-}  // namespace
-
 SmartPtr<FileWriter> FileWriter::Construct() {
   return SmartPtr<FileWriter>(new FileWriter);
 }
@@ -145,7 +131,7 @@ bool FileWriter::CopyFrom(const std::string& path, std::uint64_t* count) {
   ReadFileHandler source;
   if (!source.Open(path, os::kOpenReadOnly | os::kOpenBinary, 0)) return false;
   const os::File file = os::FileOfDescriptor(source.GetFileDescriptor());
-  if (IsOpen() && AreOneFile(path, name_)) return false;  // it would grow for ever
+  if (IsOpen() && file_->IsSameFile(file)) return false;  // it would grow for ever
   for (;;) {
     if (Free() == 0 && !FlushBuffer(1, false)) return false;
     std::size_t size = 0;

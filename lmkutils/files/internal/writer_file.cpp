@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "lmkutils/os/descriptor.h"
+#include "lmkutils/os/file_status.h"
 
 namespace du::internal {
 
@@ -25,6 +26,13 @@ bool WriterFile::Close() noexcept {
   handler_.reset();
   file_ = os::File::kNone;
   return good;
+}
+
+bool WriterFile::IsSameFile(os::File other) const noexcept {
+  os::FileStatus ours;
+  os::FileStatus theirs;
+  return os::QueryFileStatus(file_, &ours) == os::kSuccess &&
+         os::QueryFileStatus(other, &theirs) == os::kSuccess && ours.identity == theirs.identity;
 }
 
 bool WriterFile::Write(const void* bytes, std::size_t size) noexcept {

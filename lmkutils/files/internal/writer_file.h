@@ -26,6 +26,9 @@ class WriterFile {
   bool Close() noexcept;
   bool IsOpen() const noexcept { return static_cast<bool>(handler_); }
 
+  // Whether the two are one file under whatever names; false when the system cannot tell.
+  bool IsSameFile(os::File other) const noexcept;
+
   // One write call; false when it did not take all bytes.
   bool Write(const void* bytes, std::size_t size) noexcept;
   os::SystemError Seek(std::int64_t position) noexcept;
