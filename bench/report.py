@@ -14,7 +14,7 @@ import statistics
 import subprocess
 import sys
 
-AREAS = ("symbol", "trace", "locks", "time", "messages", "lines", "buffers", "binary", "sections")
+AREAS = ("symbol", "trace", "locks", "time", "messages", "paths", "lines", "buffers", "binary", "sections")
 OURS, FLOOR = "lmkutils", "floor: "
 
 
@@ -42,6 +42,7 @@ GOALS = (
     Goal("locks", r"^read-write lock", "QReadWriteLock, recursive", 1),
     Goal("time", r"^print an instant", "peers", 3),
     Goal("messages", r"", "peers", 1),
+    Goal("paths", r"", "peers", 1),
     Goal("lines", r"", "peers", 1),
     Goal("buffers", r"", "peers", 1),
     Goal("binary", r"", "peers", 1),

@@ -117,6 +117,8 @@ bool FileSystem::CompareTextFiles(const char* left, const char* right) {
   }
 }
 
+// NOLINTBEGIN(performance-unnecessary-value-param): these signatures are given.
+
 bool FileSystem::IsFileBinary(std::string path) {
   constexpr std::array<char, 3> kPart = {'\x05', '\x06', '\x13'};
   constexpr std::array<char, 3> kCompoundDocument = {'\xD0', '\xCF', '\x11'};
@@ -137,6 +139,8 @@ bool FileSystem::IsFileTypeAscii(std::string path) {
     if (!std::all_of(block.begin(), block.end(), IsAscii)) return false;
   }
 }
+
+// NOLINTEND(performance-unnecessary-value-param)
 
 std::string FileSystem::GetFileAsBase64(const std::string& path) {
   BlockReader file(path);

@@ -86,7 +86,7 @@ std::string FileSystem::MkTempFile(const char* dir, const char* prefix, const ch
   std::string suffix(TextOf(extension));
   if (!suffix.empty()) suffix.insert(0, 1, FileSpec::EXT_SEP_CHAR);
   for (int attempt = 0; attempt < kAttemptsAtUniqueName; ++attempt) {
-    std::string path = folder + internal::MakeUniqueName(TextOf(prefix)) + suffix;
+    std::string path = folder + internal::MakeUniqueName(TextOf(prefix)).append(suffix);
     os::File file = os::File::kNone;
     const os::SystemError error =
         TryPath(path, true, [&file](const char* form) { return os::CreatePrivateFile(form, &file); });

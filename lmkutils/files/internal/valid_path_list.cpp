@@ -1,9 +1,13 @@
 #include "lmkutils/files/internal/valid_path_list.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <exception>
+#include <new>
 
 #include "lmkutils/files/file_spec.h"
 #include "lmkutils/os/capabilities.h"
+#include "lmkutils/os/thread.h"
 #include "lmkutils/platform/internal/singleton.h"
 
 namespace du::internal {
@@ -48,13 +52,26 @@ bool ValidPath::IsValid() const {
 struct ValidPathList::Traits {
   using Object = ValidPathList;
   static void Prepare() {}  // plain containers: no other process-wide object is needed
-  static ValidPathList* Create() { return new ValidPathList; }
-  static void Destroy(ValidPathList* list) noexcept { delete list; }
+  static ValidPathList* Create() {
+    alignas(ValidPathList) static std::byte storage[sizeof(ValidPathList)];
+    return ::new (static_cast<void*>(storage)) ValidPathList;
+  }
+  static void Destroy(ValidPathList* list) noexcept { list->Close(); }
   static unsigned Longevity() noexcept { return 0xFFFFFFFC; }
 };
 
 ValidPathList* ValidPathList::Instance() noexcept {
   return dp::internal::Singleton<Traits>::InstanceOrNull();
+}
+
+// Threads that were killed may have died with the lock: what is left then is the system's.
+void ValidPathList::Close() noexcept {
+  if (os::OtherThreadsKilled()) return;
+  try {
+    const WriteGuard guard(*this);
+    entries_.clear();
+  } catch (const std::exception&) {  // no memory to note this thread with the lock
+  }
 }
 
 bool ValidPathList::Add(const ValidPath& path) {

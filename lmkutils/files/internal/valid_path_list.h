@@ -24,10 +24,11 @@ struct ValidPath {
   bool hasRoot = false;  // a drive or a server, which tells where in a text a path begins
 };
 
-// One for the process. Any thread.
+// One for the process, in static storage: at the end of the process it is emptied, not destroyed, since other
+// threads may still be asking. Any thread.
 class ValidPathList : private dp::ObjectLevelReadWriteLockable<ValidPathList*> {
  public:
-  // Null after the end of the process has destroyed it: nothing may be deleted then.
+  // Null after the end: nothing may be deleted then.
   static ValidPathList* Instance() noexcept;
 
   bool Add(const ValidPath& path);  // false for one that is not valid
@@ -37,6 +38,7 @@ class ValidPathList : private dp::ObjectLevelReadWriteLockable<ValidPathList*> {
  private:
   struct Traits;
   ValidPathList() = default;
+  void Close() noexcept;
 
   std::set<ValidPath> entries_;
 };
