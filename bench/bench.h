@@ -21,14 +21,19 @@ template <class Function>
   return ::benchmark::RegisterBenchmark((row + "/" + contender).c_str(), function);
 }
 
-// Two threads: judged by wall time divided by the operations of both, so that perfect scaling shows as
-// half of the time of one thread.
+// Several threads: judged by wall time divided by the operations of all, so that perfect scaling shows as
+// half of the time of one thread where there are two.
+template <class Function>
+::benchmark::internal::Benchmark* AddMany(const std::string& row, const std::string& contender, int threads,
+                                          Function function) {
+  const std::string name = row + ", " + std::to_string(threads) + " threads/" + contender;
+  return ::benchmark::RegisterBenchmark(name.c_str(), function)->Threads(threads)->UseRealTime();
+}
+
 template <class Function>
 ::benchmark::internal::Benchmark* AddPair(const std::string& row, const std::string& contender,
                                           Function function) {
-  return ::benchmark::RegisterBenchmark((row + ", 2 threads/" + contender).c_str(), function)
-      ->Threads(2)
-      ->UseRealTime();
+  return AddMany(row, contender, 2, function);
 }
 
 // One thread that waits for others: judged by wall time.
@@ -36,6 +41,18 @@ template <class Function>
 ::benchmark::internal::Benchmark* AddWall(const std::string& row, const std::string& contender,
                                           Function function) {
   return ::benchmark::RegisterBenchmark((row + "/" + contender).c_str(), function)->UseRealTime();
+}
+
+// Something other than a time, which the function returns: the less the better. report.py runs each contender
+// of the row in a process of its own.
+template <class Function>
+void AddFigure(const std::string& row, const std::string& contender, const std::string& unit,
+               Function function) {
+  const auto run = [=](::benchmark::State& state) {
+    for (auto _ : state) state.counters["figure"] = function();
+    state.SetLabel(unit);
+  };
+  ::benchmark::RegisterBenchmark((row + "/" + contender + "/figure").c_str(), run)->Iterations(1);
 }
 
 template <class Function>

@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
 """Runs the benchmark programs row by row and prints how the library stands beside its peers.
 
-The contenders of a row run in one process of their own, in turns; every figure is the median of the turns.
+The contenders of a row run in one process of their own, in turns; every figure is the median of the turns. Rows of
+another figure than a time run once, each contender in a process of its own.
 """
 import argparse
 import dataclasses
@@ -14,13 +15,15 @@ import statistics
 import subprocess
 import sys
 
-AREAS = ("symbol", "trace", "locks", "time", "messages", "paths", "lines", "buffers", "binary", "sections")
+AREAS = ("symbol", "trace", "locks", "time", "messages", "paths", "lines", "buffers", "binary", "sections", "memory")
 OURS, FLOOR = "lmkutils", "floor: "
+# The loader sets room aside for the per-thread data of peers that a program loads later.
+ENVIRONMENT = os.environ | {"GLIBC_TUNABLES": "glibc.rtld.optional_static_tls=16384"}
 
 
 @dataclasses.dataclass(frozen=True)
 class Goal:
-    """In rows that match `rows`: as fast as `against` (a contender, "peers", "floor" or nanoseconds) times `factor`."""
+    """In rows that match `rows`: as fast as `against` (a contender, "peers", "floor" or a figure) times `factor`."""
 
     area: str
     rows: str
@@ -50,15 +53,20 @@ GOALS = (
     Goal("binary", r"as an array", "floor", 1 / 1.2),
     Goal("sections", r"", "peers", 1),
     Goal("sections", r"", "floor", 1 / 1.05),
+    Goal("memory", r"^(?!held)(?!handed)(?!.*threads$)", "peers", 1 / 1.05),
+    Goal("memory", r"^(?!held)(handed|.*threads$)", "peers", 1 / 1.1),
+    Goal("memory", r"^held at the peak", 1.2, 1),
+    Goal("memory", r"^held after", 2.0, 1),
 )
 
 
 @dataclasses.dataclass
 class Row:
     name: str
-    times: dict  # contender -> median in nanoseconds
+    times: dict  # contender -> median, in nanoseconds unless there is a unit
     spread: float  # of our turns: half the distance between the quartiles, as a part of the median
     allocations: float | None  # of one turn of ours, where they are counted
+    unit: str | None = None  # of figures that are no times
 
     def peers(self):
         return {name: t for name, t in self.times.items() if name != OURS and not name.startswith(FLOOR)}
@@ -72,26 +80,40 @@ class Row:
 
 def contenders(program):
     """The names of the program's rows, each with the names of its benchmarks."""
-    listed = subprocess.run([program, "--benchmark_list_tests"], check=True, capture_output=True, text=True)
+    listed = subprocess.run([program, "--benchmark_list_tests"], check=True, stdout=subprocess.PIPE, text=True,
+                            env=ENVIRONMENT)
     rows = {}
     for name in listed.stdout.splitlines():
         rows.setdefault(name.split("/")[0], []).append(name)
     return rows
 
 
-def run_row(program, row, names, options):
-    escaped = re.sub(r"([.()\[\]{}+*?^$|\\])", r"\\\1", row)
-    # A row of one thread stays on one processor; those with threads of their own use all.
-    pinned = not any("real_time" in name for name in names)
-    cpus = {max(os.sched_getaffinity(0))} if pinned else os.sched_getaffinity(0)
+def run_benchmarks(program, start, options, cpus):
+    """What the benchmarks give whose names begin with `start`."""
+    escaped = re.sub(r"([.()\[\]{}+*?^$|\\])", r"\\\1", start)
     result = subprocess.run(
-        [program, f"--benchmark_filter=^{escaped}/", "--benchmark_format=json",
-         "--benchmark_enable_random_interleaving=true", f"--benchmark_repetitions={options.turns}",
-         f"--benchmark_min_time={options.min_time}"],
-        capture_output=True, text=True, preexec_fn=lambda: os.sched_setaffinity(0, cpus))
+        [program, f"--benchmark_filter=^{escaped}/", "--benchmark_format=json", *options],
+        capture_output=True, text=True, env=ENVIRONMENT, preexec_fn=lambda: os.sched_setaffinity(0, cpus))
     if result.returncode != 0:
-        sys.exit(f"{program}, row \"{row}\": ended with {result.returncode}\n{result.stderr}")
-    return read_row(row, json.loads(result.stdout)["benchmarks"])
+        sys.exit(f"{program}, \"{start}\": ended with {result.returncode}\n{result.stderr}")
+    return json.loads(result.stdout)["benchmarks"]
+
+
+def run_row(program, row, names, options):
+    cpus = os.sched_getaffinity(0)
+    if all("/figure" in name for name in names):
+        return read_figures(row, [turn for name in names
+                                  for turn in run_benchmarks(program, name.rsplit("/figure")[0], [], cpus)])
+    # A row of one thread stays on one processor; those with threads of their own use all.
+    if not any("real_time" in name for name in names):
+        cpus = {max(cpus)}
+    return read_row(row, run_benchmarks(
+        program, row, ["--benchmark_enable_random_interleaving=true", f"--benchmark_repetitions={options.turns}",
+                       f"--benchmark_min_time={options.min_time}"], cpus))
+
+
+def read_figures(row, runs):
+    return Row(row, {run["run_name"].split("/")[1]: run["figure"] for run in runs}, 0.0, None, runs[0]["label"])
 
 
 def read_row(row, turns):
@@ -121,7 +143,7 @@ def goals_of(area, row):
         if goal.area != area or not re.search(goal.rows, row.name):
             continue
         if isinstance(goal.against, float):
-            limit, text = goal.against, f"at most {goal.against:.0f} ns"
+            limit, text = goal.against, f"at most {goal.against:g} {row.unit or 'ns'}"
         else:
             named = {"peers": row.best_peer(), "floor": row.floor()}.get(
                 goal.against, (goal.against, row.times.get(goal.against)))
@@ -136,7 +158,9 @@ def goals_of(area, row):
         yield text, (row.times[OURS] <= limit if OURS in row.times else None)
 
 
-def shown(nanoseconds):
+def shown(nanoseconds, unit=None):
+    if unit:
+        return f"{nanoseconds:.2f} {unit}"
     for unit, size in (("ms", 1e6), ("us", 1e3)):
         if nanoseconds >= size * 10:
             return f"{nanoseconds / size:.1f} {unit}"
@@ -149,12 +173,13 @@ def cells(area, row):
     goals = [text + {True: ": met", False: ": NOT met", None: ""}[reached] for text, reached in goals_of(area, row)]
     if row.allocations is not None:
         goals.append(f"{row.allocations:g} allocations")
+    spread = "" if row.unit else f" ±{min(row.spread, 9.99):.0%}"
     return (row.name,
-            f"{shown(ours)} ±{min(row.spread, 9.99):.0%}" if ours is not None else "-",
-            f"{shown(best[1])} {best[0]}" if best else "-",
+            shown(ours, row.unit) + spread if ours is not None else "-",
+            f"{shown(best[1], row.unit)} {best[0]}" if best else "-",
             f"{best[1] / ours:.2f}" if best and ours else "-",
             f"{shown(floor[1])} {floor[0]}" if floor else "-",
-            ", ".join(f"{shown(t)} {n}" for t, n in others) or "-",
+            ", ".join(f"{shown(t, row.unit)} {n}" for t, n in others) or "-",
             "; ".join(goals) or "-")
 
 
