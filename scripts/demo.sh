@@ -1,6 +1,6 @@
 #!/bin/bash
 # Builds the library and shows its main job: string-resource files, read and rendered through the whole chain, in four
-# languages, with tracing on. Installs what is missing.
+# languages, with tracing on; and what the memory pools hold. Installs what is missing.
 #
 #   demo.sh [BUILD_OPTION...]     options for "cmake --build", such as -j1
 set -eu
@@ -52,6 +52,9 @@ title "A translation with mistakes"
 printf 'SIZE.value={0} of {1} bytes\nOPEN.value=Cannot open {0}.\nQUIT.value=Quit\n' > "$trace/en.lmtrb"
 printf 'SIZE.value={0} Bytes\nOPEN.value={0 lässt sich nicht öffnen.\nOPEN.value=x\nSAVE value\nQUIT.Value=Ende' > "$trace/de.lmtrb"
 (cd "$trace" && tool="$here/../$tool" && run mistakes strings check en.lmtrb de.lmtrb)
+
+title "What memory the words of a document take"
+run memory memory README.md
 
 title "What was traced"
 cat "$trace"/show-de.json "$trace"/unknown-de.json "$trace"/mistakes.json

@@ -3,37 +3,21 @@
 #include <string>
 #include <vector>
 
+#include "tools/lmkutil/testing/run_tool.h"
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "lmkutils/testing/child_process.h"
 #include "lmkutils/testing/temp_dir.h"
 
 namespace {
 
 using lmktest::ChildResult;
+using lmktest::RunTool;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::StartsWith;
 
 using Texts = std::vector<std::string>;
-
-// Beside this program, with the suffix that programs have here.
-std::string ToolPath() {
-  const std::string self = lmktest::SelfPath();
-  const std::size_t name = self.find_last_of("/\\") + 1;
-  const std::size_t suffix = self.find('.', name);
-  return self.substr(0, name) + "lmkutil" + (suffix != self.npos ? self.substr(suffix) : "");
-}
-
-ChildResult RunTool(const Texts& arguments, lmktest::Environment environment = {{"LUMORA_LANG", "en"}}) {
-  Texts all{ToolPath()};
-  all.insert(all.end(), arguments.begin(), arguments.end());
-  for (const char* variable : {"LUMORA_TRACE", "LUMORA_PROC_TRACE", "LC_ALL", "LC_MESSAGES", "LANG"}) {
-    environment.insert(environment.begin(), {variable, ""});
-  }
-  return lmktest::RunChild(all, environment);
-}
 
 // "LINE:COLUMN severity ID" of each finding of "strings check --json".
 Texts Findings(const std::string& json) {
@@ -139,9 +123,9 @@ TEST_F(LmkutilTest, ListsInFileOrder) {
 
 TEST_F(LmkutilTest, HelpAndVersion) {
   EXPECT_EQ("lmkutil " LMKUTIL_VERSION "\n", RunTool({"--version"}).out);
-  for (const Texts& arguments :
-       {Texts{"--help"}, Texts{"strings", "-h"}, Texts{"strings", "show", "--help"},
-        Texts{"strings", "list", "--help"}, Texts{"strings", "check", "--help"}, Texts{"dump", "--help"}}) {
+  for (const Texts& arguments : {Texts{"--help"}, Texts{"strings", "-h"}, Texts{"strings", "show", "--help"},
+                                 Texts{"strings", "list", "--help"}, Texts{"strings", "check", "--help"},
+                                 Texts{"dump", "--help"}, Texts{"memory", "--help"}}) {
     const ChildResult result = RunTool(arguments);
     EXPECT_EQ(0, result.exitCode);
     EXPECT_THAT(result.out, HasSubstr("Usage: lmkutil"));

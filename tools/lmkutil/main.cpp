@@ -3,6 +3,7 @@
 
 #include "tools/lmkutil/commands.h"
 #include "tools/lmkutil/dump.h"
+#include "tools/lmkutil/memory.h"
 #include "tools/lmkutil/options.h"
 #include "tools/lmkutil/resources.h"
 
@@ -33,6 +34,8 @@ ExitStatus Run(const std::vector<std::string>& arguments) {
       return Dump(options, resources);
     case Command::kExtract:
       return Extract(options, resources);
+    case Command::kMemory:
+      return Memory(options, resources);
     case Command::kPrint:
       break;
   }

@@ -43,6 +43,7 @@ class Parser {
     AddList();
     AddCheck();
     AddDump();
+    AddMemory();
   }
 
   // As ParseOptions.
@@ -86,7 +87,6 @@ class Parser {
     check_->add_flag("--strict", options_.strict);
     check_->callback([this] { options_.command = Command::kCheck; });
   }
-
   void AddDump() {
     UseHelpText(*dump_, resources_, "HELP_DUMP");
     dump_->add_option("FILE", options_.file)->required();
@@ -96,6 +96,13 @@ class Parser {
     out->needs(extract);
     dump_->add_flag("--hex", options_.hex);
     dump_->callback([this] { options_.command = section_.empty() ? Command::kDump : Command::kExtract; });
+  }
+  void AddMemory() {
+    UseHelpText(*memory_, resources_, "HELP_MEMORY");
+    memory_->add_option("FILE", options_.files);
+    memory_->add_flag("--dot", options_.dot);
+    memory_->add_option("--svg", options_.svg);
+    memory_->callback([this] { options_.command = Command::kMemory; });
   }
 
   // The number behind "--extract", which nothing else goes with.
@@ -128,6 +135,7 @@ class Parser {
   CLI::App* check_ = strings_->add_subcommand("check");
   CLI::App* dump_ = app_.add_subcommand("dump");
   std::string section_;  // as given
+  CLI::App* memory_ = app_.add_subcommand("memory");
 };
 
 }  // namespace

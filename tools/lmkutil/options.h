@@ -9,7 +9,7 @@
 
 namespace lmkutil {
 
-enum class Command { kPrint, kShow, kList, kCheck, kDump, kExtract };
+enum class Command { kPrint, kShow, kList, kCheck, kDump, kExtract, kMemory };
 
 struct Options {
   Command command = Command::kPrint;
@@ -17,12 +17,14 @@ struct Options {
   std::string file;                // kShow, kList, kDump, kExtract
   std::string tag;                 // kShow
   std::vector<std::string> args;   // kShow
-  std::vector<std::string> files;  // kCheck
+  std::vector<std::string> files;  // kCheck, kMemory
   bool json = false;               // kCheck
   bool strict = false;             // kCheck
   bool hex = false;                // kDump
   unsigned section = 0;            // kExtract: from 1
   std::string out;                 // kExtract
+  bool dot = false;                // kMemory: the graph instead of tables
+  std::string svg;                 // kMemory: the file to draw the graph into, or empty
 };
 
 // What the arguments (the first is the program's name) ask for. False, and what is wrong in `error`, when
