@@ -29,6 +29,10 @@ struct CommonTraits {
     return pools;
   }
   static void Destroy(Object* pools) noexcept {
+    if (!dp::internal::Singleton<CommonTraits>::IsDestroyed()) {  // their end could not be scheduled
+      pools->~CommonPools();
+      return;
+    }
     attention.NoteGone();
     // At the end of the process everything stays mapped and as it is: other threads may still read a text,
     // and objects that die later may give blocks back, which then does nothing.
