@@ -2,7 +2,6 @@
 #include <algorithm>
 #include <cstdint>
 #include <random>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -11,6 +10,7 @@
 
 #include "lmkutils/files/file_reader.h"
 #include "lmkutils/files/file_writer.h"
+#include "lmkutils/os/capabilities.h"
 #include "lmkutils/os/fault/fault.h"
 #include "lmkutils/testing/child_process.h"
 #include "lmkutils/testing/temp_dir.h"
@@ -59,9 +59,9 @@ std::string GzipMember(const std::string& plain) {
 }
 
 // With all optional fields that the format has.
-std::string GzipMemberWithFields(const std::string& plain, std::string extra) {
+std::string GzipMemberWithFields(const std::string& plain, std::string extra, std::size_t commentSize) {
   std::string name = "na\xC3\xAFve name";
-  std::string comment(3000, 'c');
+  std::string comment(commentSize, 'c');
   gz_header header{};
   header.extra = reinterpret_cast<Bytef*>(extra.data());
   header.extra_len = static_cast<uInt>(extra.size());
@@ -104,12 +104,10 @@ class GzipSectionTest : public testing::Test {
     EXPECT_EQ(0, result.exitCode) << command << ": " << result.err;
     return result.out;
   }
+  // Where paths have drives there is no such shell (under Wine one that does not know our paths).
   static bool HasGzip() {
-    try {
-      return lmktest::RunChild({"/bin/sh", "-c", "gzip --version && zcat --version"}).exitCode == 0;
-    } catch (const std::runtime_error&) {
-      return false;
-    }
+    if (os::GetCapabilities().absolutePathsHaveDrive) return false;
+    return lmktest::RunChild({"/bin/sh", "-c", "gzip --version && zcat --version"}).exitCode == 0;
   }
 
   lmktest::TempDir dir_;
@@ -203,8 +201,8 @@ TEST_F(GzipSectionTest, RoundTripsInTheMiddleOfAFile) {
 TEST_F(GzipSectionTest, EveryKindOfHeader) {
   const std::string plain = SomeText(5000);
   for (const std::string& section :
-       {GzipMember(plain), GzipMemberWithFields(plain, ""),
-        GzipMemberWithFields(plain, std::string(65'535, 'e')), Packed(plain, kZlib)}) {
+       {GzipMember(plain), GzipMemberWithFields(plain, "", 3000),
+        GzipMemberWithFields(plain, std::string(65'535, 'e'), 0), Packed(plain, kZlib)}) {
     ASSERT_TRUE(reader_.Open(dir_.Write("file", "ab" + section + "cd"), 0, 1024) && reader_.SkipBytes(2));
     EXPECT_EQ(plain, ReadSection());
     EXPECT_EQ("cd", reader_.ReadRemainingContents());
@@ -246,7 +244,7 @@ TEST_F(GzipSectionTest, LimitsCountBehindTheHeader) {
 
 // The end mark may lie in the input that is used up already.
 TEST_F(GzipSectionTest, NoSectionLosesItsTail) {
-  for (std::size_t size = 1500; size < 2300; size += 3) {
+  for (std::size_t size = 1500; size < 2300; size += 5) {
     const std::string plain = SomeText(size);
     ASSERT_TRUE(reader_.Open(dir_.Write("file", GzipMember(plain) + "z"), 0, 1024));
     ASSERT_EQ(plain, ReadSection());
@@ -296,8 +294,8 @@ TEST_F(GzipSectionTest, SectionsDoNotNest) {
 
 // Cut at every byte: never the whole of it, never without a word, and the reader goes on to work.
 TEST_F(GzipSectionTest, CutAnywhere) {
-  const std::string plain = SomeText(2500);
-  for (const std::string& section : {GzipMemberWithFields(plain, "extra"), Packed(plain, kZlib)}) {
+  const std::string plain = SomeText(200);
+  for (const std::string& section : {GzipMemberWithFields(plain, "extra", 20), Packed(plain, kZlib)}) {
     for (std::size_t size = 0; size<section.size(); size += size> 20 && size < 3000 ? 7 : 1) {
       ASSERT_TRUE(reader_.Open(dir_.Write("file", section.substr(0, size)), 0, 1024));
       if (reader_.StartCompressedSection()) {
