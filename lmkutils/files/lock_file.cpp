@@ -89,12 +89,11 @@ os::SystemError LockFile::WriteContents() {
   return size_ != 0 ? os::kSuccess : os::kErrorDiskFull;
 }
 
-// Whatever fails, the file is closed again: left open it would refuse the next attempt itself.
-os::SystemError LockFile::Obtain(bool exclusive) {
+// The file, open and not empty. Left open after a failure it would refuse the next attempt itself.
+os::SystemError LockFile::Obtain() {
   os::SystemError error = Open();
   if (error != os::kSuccess) return error;
   error = WriteContents();
-  if (error == os::kSuccess && exclusive) error = os::LockRange(handle_, RangeLength(size_));
   if (error != os::kSuccess) os::CloseFile(std::exchange(handle_, os::File::kNone));
   return error;
 }
@@ -104,13 +103,18 @@ bool LockFile::Lock(bool exclusive) {
   os::SystemError error = os::kErrorInvalidParameter;
   for (unsigned attempt = 0; attempt < attempts_; ++attempt) {
     if (attempt != 0) os::SleepMilliseconds(pauseMs_);
-    error = Obtain(exclusive);
-    if (error == os::kSuccess) {
-      exclusive_ = exclusive;
-      state_ = State::kHeld;
-      return true;
-    }
-    if (EndsAttempts(error)) break;
+    error = Obtain();
+    if (error == os::kSuccess || EndsAttempts(error)) break;
+  }
+  // Whoever has the file open has it to himself; a range that cannot be locked then is not for waiting.
+  if (error == os::kSuccess && exclusive) {
+    error = os::LockRange(handle_, RangeLength(size_));
+    if (error != os::kSuccess) os::CloseFile(std::exchange(handle_, os::File::kNone));
+  }
+  if (error == os::kSuccess) {
+    exclusive_ = exclusive;
+    state_ = State::kHeld;
+    return true;
   }
   TraceFailure("Could not obtain lock \"%s\": %s.", name_, error);
   os::SetLastSystemError(error);

@@ -49,7 +49,7 @@ class LMK_API LockFile {
 
   std::uint32_t Open();
   std::uint32_t WriteContents();
-  std::uint32_t Obtain(bool exclusive);
+  std::uint32_t Obtain();
 
   os::File handle_;
   std::uint32_t size_ = 0;  // bytes of the file when it was locked

@@ -81,6 +81,13 @@ TEST_F(LockFileTest, BindAndCopyAndDestruction) {
   EXPECT_TRUE(LockFile(Symbol(dir_.File("third")), 1, 0).Lock(true));
 }
 
+TEST_F(LockFileTest, ARangeThatCannotBeLockedIsNotTriedAgain) {
+  const Arming fault(Call::kFileLock, {.count = os::fault::kForEver, .error = os::kErrorIoDevice});
+  LockFile lock(name_, 3, 0);
+  EXPECT_FALSE(lock.Lock(true));
+  EXPECT_EQ(os::fault::CountOf(Call::kFileLock), 1U);
+}
+
 // A file that stays open would refuse every later attempt.
 TEST_F(LockFileTest, EveryFailureClosesTheFile) {
   struct Row {
