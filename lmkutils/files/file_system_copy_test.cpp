@@ -62,7 +62,7 @@ TEST(CopyFileTest, AFailureLeavesTheOldTarget) {
     Call call;
     os::fault::Plan plan;
   };
-  const Row rows[] = {{Call::kFileOpen, {.error = os::kErrorAccessDenied}},
+  const Row rows[] = {{Call::kFileOpen, {.count = os::fault::kForEver, .error = os::kErrorAccessDenied}},
                       {Call::kFileStatus, {.error = os::kErrorIoDevice}},
                       {Call::kFileCreate, {.error = os::kErrorAccessDenied}},
                       {Call::kFileRead, {.first = 2, .error = os::kErrorIoDevice}},

@@ -87,7 +87,7 @@ class Eraser : public internal::TreeVisitor {
 
 bool IsLink(const std::string& path) {
   os::FileStatus status;
-  return TryPath(path, false, [&status](const char* form) { return os::QueryEntryStatus(form, &status); }) ==
+  return TryPath(path, true, [&status](const char* form) { return os::QueryEntryStatus(form, &status); }) ==
              os::kSuccess &&
          status.kind == os::EntryKind::kLink;
 }

@@ -1,6 +1,7 @@
 #include "lmkutils/files/file_system_lock.h"
 
 #include <cstdint>
+#include <exception>
 
 #include "lmkutils/files/file_system.h"
 #include "lmkutils/files/internal/usable_path.h"
@@ -19,6 +20,14 @@ void TraceFailure(const char* format, const std::string& path) {
                                      os::RuntimeErrorText(os::LastSystemError()).c_str());
 }
 
+// For destructors: without memory for the path the directory stays, as when the process had died.
+void ReleaseQuietly(FileSystemLock& lock) noexcept {
+  try {
+    lock.ReleaseLock();
+  } catch (const std::exception&) {
+  }
+}
+
 }  // namespace
 
 FileSystemLock::FileSystemLock(const char* path, unsigned retries, unsigned pauseSeconds) {
@@ -27,7 +36,7 @@ FileSystemLock::FileSystemLock(const char* path, unsigned retries, unsigned paus
 }
 
 FileSystemLock::~FileSystemLock() {
-  ReleaseLock();
+  ReleaseQuietly(*this);
 }
 
 bool FileSystemLock::BindLock(const char* path, unsigned retries, unsigned pauseSeconds) {
@@ -64,7 +73,7 @@ bool FileSystemLock::ReleaseLock() {
 }
 
 FileSystemLockHolder::~FileSystemLockHolder() {
-  if (lock_ != nullptr) lock_->ReleaseLock();
+  if (lock_ != nullptr) ReleaseQuietly(*lock_);
 }
 
 }  // namespace du

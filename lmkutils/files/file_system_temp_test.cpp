@@ -149,7 +149,7 @@ TEST(TempDirTest, Failures) {
   EXPECT_THAT(errors[0], testing::EndsWith("\" - " + os::SystemErrorText(os::kErrorDiskFull) + "."));
 }
 
-constexpr int kFilesEach = 2000;
+constexpr int kFilesEach = 1000;
 
 int MakeFiles(const std::string& folder) {
   int made = 0;

@@ -99,7 +99,7 @@ TEST(FileSystemTest, Attributes) {
   EXPECT_TRUE(stat.isDirectory);
   EXPECT_TRUE(FileSystem::HasWritePermissions(dir.Path().c_str()));
   EXPECT_EQ(FileSystem::Stat(file.c_str(), nullptr), -1);
-  const Arming fault(Call::kFileStatus, {.error = os::kErrorAccessDenied});
+  const Arming fault(Call::kFileStatus, {.count = os::fault::kForEver, .error = os::kErrorAccessDenied});
   EXPECT_FALSE(FileSystem::HasWritePermissions(file.c_str()));
   EXPECT_EQ(FileSystem::GetLastErrorCode(), FileSystem::kAccessDenied);
 }
@@ -117,7 +117,7 @@ TEST(FileSystemTest, MakingDirectories) {
   dir.Write("file", "x");
   EXPECT_FALSE(FileSystem::BuildPath(dir.File("file/a"), false));
   EXPECT_FALSE(FileSystem::BuildPath("", false));
-  const Arming fault(Call::kDirectoryMake, {.error = os::kErrorDiskFull});
+  const Arming fault(Call::kDirectoryMake, {.count = os::fault::kForEver, .error = os::kErrorDiskFull});
   EXPECT_FALSE(FileSystem::BuildPath(dir.File("new"), false));
   EXPECT_EQ(FileSystem::GetLastErrorCode(), FileSystem::kDiskFull);
 }

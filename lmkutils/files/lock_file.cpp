@@ -1,5 +1,6 @@
 #include "lmkutils/files/lock_file.h"
 
+#include <exception>
 #include <string>
 #include <utility>
 
@@ -59,7 +60,10 @@ LockFile& LockFile::operator=(const LockFile& other) {
 }
 
 LockFile::~LockFile() {
-  Release();
+  try {
+    Release();
+  } catch (const std::exception&) {  // no memory for the trace; the lock is given back by then
+  }
 }
 
 void LockFile::Bind(const Symbol& name, unsigned attempts, unsigned pauseMs) {

@@ -1,5 +1,6 @@
 #include "lmkutils/files/lock_file.h"
 
+#include <atomic>
 #include <chrono>
 #include <string>
 #include <thread>
@@ -174,11 +175,15 @@ const lmktest::ChildRole kHold("hold_lock_file", [](const std::vector<std::strin
 
 // The next one gets the lock of a process that was killed, and not before.
 TEST_F(LockFileTest, AKilledHolderLosesTheLock) {
+  // Killed after that time, which has to be enough for it to start and to lock.
+  const std::chrono::seconds life(os::GetCapabilities().absolutePathsHaveDrive ? 10 : 3);
   lmktest::ChildResult holder;
+  std::atomic<bool> ended{false};
   std::thread child([&] {
-    holder = lmktest::RunSelf("hold_lock_file", {}, {{"LMK_LOCK", path_}}, std::chrono::milliseconds(1500));
+    holder = lmktest::RunSelf("hold_lock_file", {}, {{"LMK_LOCK", path_}}, life);
+    ended = true;
   });
-  while (dir_.Read("lock") != "lock") os::SleepMilliseconds(5);
+  while (dir_.Read("lock") != "lock" && !ended) os::SleepMilliseconds(5);
   EXPECT_FALSE(LockFile(name_, 1, 0).Lock(true));
   child.join();
   EXPECT_TRUE(holder.timedOut);
