@@ -20,6 +20,7 @@ class LMK_API MemoryMap {
   static void* MapNewMemory(void* hint, std::size_t size) noexcept;
 
   // Gives back a whole mapping: the address that MapNewMemory returned and the size that it was asked for.
+  // Null is ignored.
   static void ReleaseMappedMemory(void* address, std::size_t size) noexcept;
 
   // Asks the system to keep these pages in physical memory; it may not.

@@ -4,7 +4,8 @@
 #define LMKUTILS_OS_FAST_THREAD_POINTER_H
 
 // Defines, inline, in namespace os:
-//   void* FastThreadPointerGet() noexcept;             null on a thread that has not set it
+//   void* FastThreadPointerGet() noexcept;             null on a thread that has not set it; leaves errno and
+//                                                      the last error alone
 //   bool FastThreadPointerSet(void* value) noexcept;   false when the system has no room for it
 #include "lmkutils_face/fast_thread_pointer_face.h"
 

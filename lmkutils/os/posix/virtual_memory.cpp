@@ -28,6 +28,7 @@ void* PagesMap(void* hint, std::size_t size) noexcept {
 }
 
 void PagesUnmap(void* address, std::size_t size) noexcept {
+  if (address == nullptr) return;  // the system would unmap what lies at the bottom of the address space
   const int saved = errno;
   if (__lsan_unregister_root_region != nullptr) __lsan_unregister_root_region(address, size);
   munmap(address, size);

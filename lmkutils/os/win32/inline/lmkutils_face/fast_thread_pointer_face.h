@@ -4,9 +4,10 @@
 
 #include <atomic>
 
-// As <processthreadsapi.h> declares it; the whole of <windows.h> is not for a header that portable code
-// includes.
+// As <windows.h> declares them; the whole of it is not for a header that portable code includes.
 extern "C" __declspec(dllimport) void* __stdcall TlsGetValue(unsigned long index);
+extern "C" __declspec(dllimport) unsigned long __stdcall GetLastError();
+extern "C" __declspec(dllimport) void __stdcall SetLastError(unsigned long error);
 
 namespace os {
 
@@ -15,7 +16,13 @@ extern constinit std::atomic<unsigned long> fastThreadPointerIndex;
 
 inline void* FastThreadPointerGet() noexcept {
   const unsigned long index = fastThreadPointerIndex.load(std::memory_order_relaxed);
-  return index != kNoTlsIndex ? TlsGetValue(index) : nullptr;
+  if (index == kNoTlsIndex) return nullptr;
+  // A successful reading sets the last error to 0, which whoever frees on the way out of a failure must not
+  // lose.
+  const unsigned long error = GetLastError();
+  void* const value = TlsGetValue(index);
+  SetLastError(error);
+  return value;
 }
 
 bool FastThreadPointerSet(void* value) noexcept;
