@@ -31,11 +31,21 @@ void* CommonAllocated::operator new(std::size_t size, std::align_val_t alignment
   return ::operator new(size, alignment);
 }
 
+void* CommonAllocated::operator new(std::size_t size, std::align_val_t alignment,
+                                    const std::nothrow_t& nothrow) noexcept {
+  return ::operator new(size, alignment, nothrow);
+}
+
 void CommonAllocated::operator delete(void* block, std::size_t size) noexcept {
   if (block != nullptr) CommonAllocatorImpl::Deallocate(block, static_cast<unsigned>(size));
 }
 
 void CommonAllocated::operator delete(void* block, std::align_val_t alignment) noexcept {
+  ::operator delete(block, alignment);
+}
+
+void CommonAllocated::operator delete(void* block, std::align_val_t alignment,
+                                      const std::nothrow_t&) noexcept {
   ::operator delete(block, alignment);
 }
 

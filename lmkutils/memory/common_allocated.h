@@ -29,11 +29,13 @@ class LMK_API CommonAllocated {
   // which the language does not hand to the matching delete.
   static void* operator new(std::size_t size, const std::nothrow_t&) noexcept;
   static void* operator new(std::size_t size, std::align_val_t alignment);
+  static void* operator new(std::size_t size, std::align_val_t alignment, const std::nothrow_t&) noexcept;
   static void* operator new(std::size_t, void* place) noexcept { return place; }
 
   // Nothing for null. What lies in the common allocator needs its size to find its way back.
   static void operator delete(void* block, std::size_t size) noexcept;
   static void operator delete(void* block, std::align_val_t alignment) noexcept;
+  static void operator delete(void* block, std::align_val_t alignment, const std::nothrow_t&) noexcept;
   static void operator delete(void*, void*) noexcept {}
 };
 

@@ -76,9 +76,11 @@ TEST(CommonAllocated, MakesNamesAndDeletesObjects) {
   const std::unique_ptr<du::CommonAllocated> plain(new (std::nothrow) Plain);
   const std::unique_ptr<du::CommonAllocated> named(new Named);
   const std::unique_ptr<WideObject> wide(new WideObject);
+  const std::unique_ptr<WideObject> alsoWide(new (std::nothrow) WideObject);
   EXPECT_TRUE(plain->GetDebugClassName() == "UknownObject");
   EXPECT_TRUE(named->GetDebugClassName() == "Named");
   EXPECT_TRUE(IsOn(wide.get(), 64));
+  EXPECT_TRUE(IsOn(alsoWide.get(), 64));
   du::CommonAllocated* volatile nothing = nullptr;
   delete nothing;
   alignas(Plain) unsigned char storage[sizeof(Plain)];
@@ -91,6 +93,7 @@ TEST(CommonAllocated, MakesNamesAndDeletesObjects) {
 TEST(CommonAllocated, GivesTheBlockBackWhenAConstructorThrows) {
   EXPECT_THROW((void)new Thrower<Named>, int);
   EXPECT_THROW((void)new Thrower<WideObject>, int);
+  EXPECT_THROW((void)new (std::nothrow) Thrower<WideObject>, int);
 }
 
 }  // namespace
