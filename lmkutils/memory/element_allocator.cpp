@@ -15,6 +15,9 @@
 namespace du {
 namespace {
 
+// Of elements and blocks: beyond it the size of a span would not fit 32 bits.
+constexpr unsigned kLargestSize = 1U << 30;
+
 constexpr unsigned RoundedUp(unsigned value, unsigned step) noexcept {
   return std::max(step, (value + step - 1) / step * step);
 }
@@ -43,6 +46,7 @@ class ElementAllocator::Section {
 ElementAllocator::ElementAllocator(const char* name, unsigned elementSize, unsigned blockSize,
                                    SystemMallocCtrl* supplier)
     : FixedSizeMallocCtrl(name, Deferred{}) {
+  if (elementSize > kLargestSize || blockSize > kLargestSize) throw std::bad_alloc();
   void* storage = os::HeapAllocate(sizeof(internal::ElementStore));
   if (storage == nullptr) throw std::bad_alloc();
   store_ = ::new (storage) internal::ElementStore(
@@ -79,6 +83,7 @@ void ElementAllocator::GiveMany(internal::Chain chain) {
 }
 
 void ElementAllocator::SetCaches(const internal::CacheSet* caches, unsigned sizeClass) noexcept {
+  const Section section(*this);  // walks see the allocator already
   store_->caches = caches;
   store_->sizeClass = sizeClass;
 }
@@ -86,11 +91,17 @@ void ElementAllocator::SetCaches(const internal::CacheSet* caches, unsigned size
 void ElementAllocator::GetBlockStatistics(MemPoolClassStatistics& statistics, float sparseBelow) const {
   const char* name = GetName();
   std::copy_n(name, NAME_LENGTH, statistics.label.begin());
-  const std::uint64_t cached = store_->caches != nullptr ? store_->caches->CountCached(store_->sizeClass) : 0;
+  const internal::CacheSet* caches = nullptr;
+  {
+    const Section section(*this);
+    caches = store_->caches;
+    statistics.sizeClass = store_->sizeClass;
+  }
+  // The lock of the caches comes before that of a class.
+  const std::uint64_t cached = caches != nullptr ? caches->CountCached(statistics.sizeClass) : 0;
   const Section section(*this);
   const internal::SpanStore& spans = store_->Spans();
   const std::uint64_t out = store_->ElementsOut();
-  statistics.sizeClass = store_->sizeClass;
   statistics.elementSize = spans.ElementSize();
   // The caches are counted while their threads go on: never more than is out.
   statistics.elementsCached = std::min(cached, out);

@@ -307,5 +307,28 @@ TYPED_TEST(ElementAllocators, SurviveTheirSupplier) {
   pages.reset();
 }
 
+TYPED_TEST(ElementAllocators, LeaveAloneWhatTheirDeadSuppliersMemoryBecame) {
+  auto first = std::make_unique<Pages>("first");
+  auto dead = std::make_unique<TypeParam>("dead", 64, 16384, first.get());
+  void* const before = dead->Allocate(nullptr);
+  first.reset();
+  // Most likely the system gives the same addresses again.
+  Pages second("second");
+  TypeParam alive("alive", 64, 16384, &second);
+  void* const element = alive.Allocate(nullptr);
+  dead.reset();
+  EXPECT_TRUE(alive.IsInSaneState()) << before << " " << element;
+  alive.Free(element);
+}
+
+TYPED_TEST(ElementAllocators, RefuseSizesThatDoNotFit) {
+  Pages pages("pages");
+  for (const auto& [element, block] :
+       {std::pair{0xFFFFFFFFU, 16384U}, {0xFFFF0000U, 16384U}, {8U, 0xFFFFFFFFU}})
+    EXPECT_THROW(TypeParam("elements", element, block, &pages), std::bad_alloc) << element;
+  TypeParam allocator("elements", 0, 0, &pages);
+  EXPECT_NE(allocator.Allocate(nullptr), nullptr);
+}
+
 }  // namespace
 }  // namespace du

@@ -29,4 +29,14 @@ bool PageMap::Set(const void* base, std::size_t bytes, Span* span) noexcept {
   return true;
 }
 
+void PageMap::Clear(const void* base, std::size_t bytes, Span* span) noexcept {
+  const std::uintptr_t first = reinterpret_cast<std::uintptr_t>(base) >> kPageShift;
+  const std::uintptr_t end = first + (bytes >> kPageShift);
+  for (std::uintptr_t page = first; page != end; ++page) {
+    Span* noted = span;
+    (*LeafFor(page >> kLeafBits))[page & kLeafMask].compare_exchange_strong(noted, nullptr,
+                                                                            std::memory_order_relaxed);
+  }
+}
+
 }  // namespace du::internal

@@ -20,9 +20,10 @@ class PageMap {
   static constexpr unsigned kPageShift = 14;
   static constexpr std::size_t kPageSize = std::size_t{1} << kPageShift;
 
-  // Notes `span` for whole pages of memory; null forgets it. False, changing nothing, when a leaf cannot be
-  // made.
+  // Notes `span` for whole pages of memory. False, changing nothing, when a leaf cannot be made.
   bool Set(const void* base, std::size_t bytes, Span* span) noexcept;
+  // Forgets `span`, noted for these pages. Those that have another span by now keep it.
+  void Clear(const void* base, std::size_t bytes, Span* span) noexcept;
 
   // The span around `address`; null when there is none.
   Span* Find(const void* address) const noexcept {

@@ -197,7 +197,8 @@ Span* SpanStore::NewSpan() noexcept {
 }
 
 void SpanStore::Release(Span* span, bool supplierAlive) noexcept {
-  pageMap.Set(span->base, spanBytes_, nullptr);
+  // A dead supplier's memory may be another one's meanwhile.
+  pageMap.Clear(span->base, spanBytes_, span);
   if (supplierAlive) supplier_->Free(span->block);
   os::HeapFree(span);
   held_ -= spanCapacity_;
