@@ -27,7 +27,8 @@ class LMK_API MallocCtrlRegistry {
   // The registry, made on first use. Throws dp::DeadReference after its end at process exit.
   static MallocCtrlRegistry& Instance();
 
-  // Adds an entry for `control`; ignored when it is registered. Throws std::bad_alloc, changing nothing.
+  // Adds an entry for `control`; ignored when it is registered, or null. Throws std::bad_alloc, changing
+  // nothing.
   virtual void RegisterCtrl(MallocCtrl* control) = 0;
   // Empties the entry of `control` and takes it out of all lists; an unknown pointer is ignored.
   virtual void UnregisterCtrl(MallocCtrl* control) = 0;

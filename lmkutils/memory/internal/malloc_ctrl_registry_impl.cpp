@@ -1,10 +1,12 @@
 #include "lmkutils/memory/internal/malloc_ctrl_registry_impl.h"
 
 #include <algorithm>
+#include <iterator>
 #include <new>
 #include <stdexcept>
 
 #include "lmkutils/memory/malloc_ctrl.h"
+#include "lmkutils/os/process_end.h"
 #include "lmkutils/os/thread.h"
 #include "lmkutils/platform/internal/scoped_lock.h"
 #include "lmkutils/platform/internal/singleton.h"
@@ -16,24 +18,24 @@ namespace {
 
 using dp::internal::ScopedLock;
 
+// Static: at the end of the process it stays as it is, since other threads may still be in it.
+alignas(MallocCtrlRegistryImpl) unsigned char storage[sizeof(MallocCtrlRegistryImpl)];
+
 struct RegistryTraits {
   using Object = MallocCtrlRegistryImpl;
   static void Prepare() {}
   static Object* Create() {
-    void* storage = os::HeapAllocate(sizeof(Object));
-    if (storage == nullptr) throw std::bad_alloc();
     try {
       return ::new (storage) Object;
     } catch (const std::exception&) {  // a lock that cannot be had is a shortage like any other
-      os::HeapFree(storage);
       throw std::bad_alloc();
     }
   }
   static void Destroy(Object* registry) noexcept {
-    registry->~MallocCtrlRegistryImpl();
-    os::HeapFree(registry);
+    const bool wasScheduled = dp::internal::Singleton<RegistryTraits>::IsDestroyed();
+    if (!wasScheduled || !os::ProcessIsEnding()) registry->~MallocCtrlRegistryImpl();
   }
-  static unsigned Longevity() { return GetLongevity(static_cast<MallocCtrlRegistry*>(nullptr)); }
+  static unsigned Longevity() noexcept { return GetLongevity(static_cast<MallocCtrlRegistry*>(nullptr)); }
 };
 
 using RegistrySingleton = dp::internal::Singleton<RegistryTraits>;
@@ -65,8 +67,10 @@ class Writer {
   dp::ReadWriteLock& lock_;
 };
 
-void Remove(MallocVector<unsigned>& list, unsigned index) noexcept {
-  list.erase(std::remove(list.begin(), list.end(), index), list.end());
+// Takes one mention of `index` out, from the end: who came last mostly goes first.
+void RemoveOne(MallocVector<unsigned>& list, unsigned index) noexcept {
+  const auto last = std::find(list.rbegin(), list.rend(), index);
+  list.erase(std::next(last).base());
 }
 
 }  // namespace
@@ -106,6 +110,7 @@ void MallocCtrlRegistryImpl::NoteChange() noexcept {
 }
 
 void MallocCtrlRegistryImpl::Register(MallocCtrl* control, ControlState state) {
+  if (control == nullptr) return;
   const OptionalWriter writer(lock_);
   const ScopedLock guard(leaf_);
   if (FindLocked(control) != nullptr) return;
@@ -148,8 +153,9 @@ void MallocCtrlRegistryImpl::UnregisterCtrl(MallocCtrl* control) {
   }
   if (gone < entries_.size()) {
     Entry& entry = entries_[gone];
-    for (const unsigned supplier : entry.suppliers) Remove(entries_[supplier].consumers, gone);
-    for (const unsigned consumer : entry.consumers) Remove(entries_[consumer].suppliers, gone);
+    // As often as one end mentions the other, the other mentions the one.
+    for (const unsigned supplier : entry.suppliers) RemoveOne(entries_[supplier].consumers, gone);
+    for (const unsigned consumer : entry.consumers) RemoveOne(entries_[consumer].suppliers, gone);
     entry = Entry{};
   }
   index_.erase(control);
