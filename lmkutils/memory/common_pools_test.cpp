@@ -2,6 +2,8 @@
 
 #include <atomic>
 #include <cstring>
+#include <exception>
+#include <iterator>
 #include <string>
 #include <thread>
 #include <vector>
@@ -13,6 +15,7 @@
 #include "lmkutils/memory/internal/size_classes.h"
 #include "lmkutils/memory/malloc_ctrl_registry.h"
 #include "lmkutils/os/testing/fork.h"
+#include "lmkutils/os/thread_key.h"
 #include "lmkutils/testing/child_process.h"
 #include "lmkutils/testing/random.h"
 
@@ -133,25 +136,39 @@ TEST(CommonPools, PurgingGivesMemoryBackToTheSystem) {
 // What a process prints is what happened; a fault ends it before.
 #ifndef NDEBUG
 int FreeWrongly(const std::vector<std::string>& arguments) {
-  void* block = Common::Allocate(100);
-  if (arguments.at(0) == "twice") {
-    Common::Deallocate(block, 100);
-    Common::Deallocate(block, 100);
-  } else {
-    Common::Deallocate(block, 1000);
-  }
+  const auto size = [&arguments](std::size_t i) {
+    return static_cast<unsigned>(std::stoul(arguments.at(i)));
+  };
+  char* const block = static_cast<char*>(Common::Allocate(size(0)));
+  void* const neighbour = Common::Allocate(size(0));  // what the block lies in stays mapped
+  if (arguments.size() > 3) Common::Deallocate(block, size(3));
+  Common::Deallocate(block + size(1), size(2));
+  Common::Deallocate(neighbour, size(0));
   return 0;
 }
 const lmktest::ChildRole kFreeWrongly("free_wrongly", FreeWrongly);
 
 TEST(CommonPoolsDebug, WrongFreesAreReportedAndEndTheProcess) {
   if (internal::DirectMode()) GTEST_SKIP() << "the run-time heap checks nothing";
-  const auto twice = lmktest::RunSelf("free_wrongly", {"twice"});
-  EXPECT_NE(twice.exitCode, 0);
-  EXPECT_NE(twice.err.find("(   97 to   104)\" is freed twice"), std::string::npos) << twice.err;
-  const auto wrong = lmktest::RunSelf("free_wrongly", {"size"});
-  EXPECT_NE(wrong.exitCode, 0);
-  EXPECT_NE(wrong.err.find("(   97 to   104)\" is freed with another size"), std::string::npos) << wrong.err;
+  // What is requested, where in it and with which size it is freed, and before that with which size.
+  struct Case {
+    std::vector<std::string> arguments;
+    const char* report;
+  };
+  const Case cases[] = {
+      {{"100", "0", "100", "100"}, "(   97 to   104)\" is freed twice"},
+      {{"100", "0", "1000"}, "(   97 to   104)\" is freed with another size"},
+      {{"100", "0", "20000"}, "(   97 to   104)\" is freed with another size"},
+      {{"100", "8", "100"}, "(   97 to   104)\" is freed, but is not one of its blocks"},
+      {{"20000", "0", "100"}, "\"Common Mem Pool\" is freed, but is not one of its blocks"},
+      {{"20000", "0", "30000"}, "\"Common Mem Pool\" is freed with another size"},
+      {{"20000", "0", "20000", "20000"}, "\"Common Mem Pool\" is freed twice"},
+  };
+  for (const Case& one : cases) {
+    const auto result = lmktest::RunSelf("free_wrongly", one.arguments);
+    EXPECT_NE(result.exitCode, 0) << one.report;
+    EXPECT_NE(result.err.find(one.report), std::string::npos) << one.report << "\n" << result.err;
+  }
 }
 #endif
 
@@ -167,18 +184,59 @@ int FreeLate(const std::vector<std::string>&) {
 }
 const lmktest::ChildRole kFreeLate("free_late", FreeLate);
 
+// Keys made before and after the allocator's own, whose callbacks allocate and free whenever the system calls
+// them, and ask for one more call.
+int callbackKeys[2];
+template <int Number>
+void AllocateInCallback(void* value) noexcept {
+  static char calls[8];
+  Common::Deallocate(Common::Allocate(64), 64);
+  char* const next = value == &callbackKeys ? calls : static_cast<char*>(value) + 1;
+  if (next != std::end(calls)) os::ThreadExitKeySet(callbackKeys[Number], next);
+}
+
 int FreeInAnotherKeysCallback(const std::vector<std::string>&) {
-  // The library's own thread-exit work may be done when this destructor runs.
-  struct Holder {
-    std::string* text = nullptr;
-  };
+  callbackKeys[0] = os::ThreadExitKeyCreate(AllocateInCallback<0>);
+  Common::Deallocate(Common::Allocate(64), 64);
+  callbackKeys[1] = os::ThreadExitKeyCreate(AllocateInCallback<1>);
   std::thread([] {
-    void* block = Common::Allocate(64);
-    std::thread([block] { Common::Deallocate(block, 64); }).join();
+    for (const int key : callbackKeys) os::ThreadExitKeySet(key, &callbackKeys);
+    Common::Deallocate(Common::Allocate(64), 64);
   }).join();
+  Common::PurgeEmptyBlocks();  // this thread's cache
+  MemPoolBlockStatistics statistics;
+  Common::GetBlockStatistics(statistics, 0);
+  // No cache of the ended thread is left, neither its own nor one that a callback made.
+  for (const MemPoolClassStatistics& one : statistics.classes) {
+    if (one.elementsCached != 0) return 1;
+  }
   return 0;
 }
 const lmktest::ChildRole kFreeInCallback("free_in_callback", FreeInAnotherKeysCallback);
+
+// Ends while another thread makes and drops controls, which never comes to the end.
+int EndAmongControls(const std::vector<std::string>&) {
+  static std::atomic<int> made{0};
+  std::thread([] {
+    try {
+      for (;; ++made) {
+        HeapAllocator supplier("supplier", 0), consumer("consumer", 0);
+        MallocCtrlRegistry::Instance().RegisterRelationship(&supplier, &consumer);
+      }
+    } catch (const std::exception&) {  // the registry is gone
+    }
+  }).detach();
+  while (made < 100) std::this_thread::yield();
+  return 0;
+}
+const lmktest::ChildRole kEndAmongControls("end_among_controls", EndAmongControls);
+
+TEST(CommonPools, TheProcessEndsWhileAnotherThreadMakesControls) {
+  for (int i = 0; i < 10; ++i) {
+    const auto result = lmktest::RunSelf("end_among_controls");
+    ASSERT_EQ(result.exitCode, 0) << (result.timedOut ? "hangs" : result.err);
+  }
+}
 
 TEST(CommonPools, LateFreesAreHarmlessInEveryMode) {
   const lmktest::Environment modes[] = {

@@ -57,7 +57,7 @@ ElementAllocator* Make(const char* name, unsigned elementSize, unsigned blockSiz
 std::pair<void*, unsigned> TryAllocate(SystemMallocCtrl* supplier, unsigned size) noexcept {
   try {
     return supplier->Allocate(size);
-  } catch (const std::bad_alloc&) {
+  } catch (const std::exception&) {  // suppliers tell exhaustion either way
     return {nullptr, 0};
   }
 }
@@ -126,7 +126,9 @@ MemPool::~MemPool() {
   if (state_ == nullptr) return;
   SystemMallocCtrl* supplier = state_->blockSupplier;
   state_->ForEachClass([](ElementAllocator& allocator) { internal::Destroy(&allocator); });
-  for (const auto& [block, size] : state_->largeBlocks) state_->extraSupplier->Free(block);
+  if (state_->keepLargeBlocks) {
+    for (const auto& [block, size] : state_->largeBlocks) state_->extraSupplier->Free(block);
+  }
   state_->~MemPoolState();
   supplier->Free(state_);
 }
@@ -172,7 +174,7 @@ void MemPool::FreeToClasses(void* block, unsigned size) {
 void* MemPool::AllocateLarge(unsigned size) {
   void* block = internal::TryAllocate(state_->extraSupplier, size).first;
   if (block == nullptr) return nullptr;
-  if (state_->keepLargeBlocks) {
+  if (state_->NotesLargeBlocks()) {
     try {
       const dp::internal::ScopedLock guard(state_->lock);
       state_->largeBlocks.emplace(block, size);
@@ -187,9 +189,12 @@ void* MemPool::AllocateLarge(unsigned size) {
 }
 
 void MemPool::FreeLarge(void* block, unsigned size) {
-  if (state_->keepLargeBlocks) {
+  if (state_->NotesLargeBlocks()) {
     const dp::internal::ScopedLock guard(state_->lock);
-    state_->largeBlocks.erase(block);
+    const auto noted = state_->largeBlocks.find(block);
+    const bool isKnown = noted != state_->largeBlocks.end();
+    internal::CheckLargeReturned(block, size, isKnown ? noted->second : 0, GetName());
+    if (isKnown) state_->largeBlocks.erase(noted);
   }
   state_->largeBytes.fetch_sub(size, std::memory_order_relaxed);
   state_->largeCount.fetch_sub(1, std::memory_order_relaxed);

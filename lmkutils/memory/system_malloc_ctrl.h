@@ -15,8 +15,9 @@ class LMK_API SystemMallocCtrl : public MallocCtrl {
 
   void Accept(MallocCtrlVisitor* visitor) override;
 
-  // A block of at least `size` bytes, aligned to 16, and its real size; {null, 0} while the fail flag is set.
-  // Whether exhaustion is answered by null or by std::bad_alloc is the derived class's choice.
+  // A block of at least `size` bytes, aligned to 16 (a heap of 32-bit Windows: to 8), and its real size;
+  // {null, 0} while the fail flag is set. Whether exhaustion is answered by null or by std::bad_alloc is the
+  // derived class's choice.
   virtual std::pair<void*, unsigned> Allocate(unsigned size) = 0;
 
   // Gives back a block that this control's Allocate returned.

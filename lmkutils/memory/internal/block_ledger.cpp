@@ -24,6 +24,9 @@ Mark MarkOf(const Span& span, const void* block) noexcept {
   return {.word = span.marks[index / 32], .bit = std::uint32_t{1} << (index % 32)};
 }
 
+constexpr const char* kForeign = "is freed, but is not one of its blocks";
+constexpr const char* kOtherSize = "is freed with another size than it was requested with";
+
 [[noreturn]] void Report(const void* block, const char* what, const char* control) noexcept {
   std::fprintf(stderr, "lmkutils: block %p of \"%s\" %s\n", block, control, what);
   std::fflush(stderr);
@@ -40,13 +43,21 @@ void NoteHandedOut(void* block) noexcept {
 
 void NoteReturned(void* block, const ElementAllocator* expected, const char* pool) noexcept {
   const Span* span = pageMap.Find(block);
-  if (span == nullptr) Report(block, "is freed, but is not one of its blocks", pool);
-  if (span->owner != expected)
-    Report(block, "is freed with another size than it was requested with", span->owner->GetName());
+  if (span == nullptr) Report(block, kForeign, pool);
+  if (span->owner != expected) Report(block, kOtherSize, span->owner->GetName());
+  const auto offset = static_cast<std::size_t>(static_cast<const char*>(block) - span->base);
+  if (offset % span->elementSize != 0) Report(block, kForeign, span->owner->GetName());
   const Mark mark = MarkOf(*span, block);
   if ((mark.word.fetch_and(~mark.bit, std::memory_order_relaxed) & mark.bit) == 0) {
     Report(block, "is freed twice", span->owner->GetName());
   }
+}
+
+void CheckLargeReturned(const void* block, unsigned size, unsigned requested, const char* pool) noexcept {
+  if (requested == size) return;
+  if (requested != 0) Report(block, kOtherSize, pool);
+  if (const Span* span = pageMap.Find(block)) Report(block, kOtherSize, span->owner->GetName());
+  Report(block, "is freed twice, or is not one of its blocks", pool);
 }
 
 }  // namespace du::internal

@@ -21,9 +21,13 @@ void NoteHandedOut(void* block) noexcept;
 // the name of the control that the block belongs to, or else of the pool, on the error stream and ends the
 // process.
 void NoteReturned(void* block, const ElementAllocator* expected, const char* pool) noexcept;
+// Likewise for a block beyond the size classes that comes back; `requested` is the size that `pool` noted for
+// it, 0 when it has no such block.
+void CheckLargeReturned(const void* block, unsigned size, unsigned requested, const char* pool) noexcept;
 #else
 inline void NoteHandedOut(void*) noexcept {}
 inline void NoteReturned(void*, const ElementAllocator*, const char*) noexcept {}
+inline void CheckLargeReturned(const void*, unsigned, unsigned, const char*) noexcept {}
 #endif
 
 }  // namespace du::internal

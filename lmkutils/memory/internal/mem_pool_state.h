@@ -7,6 +7,7 @@
 #include <cstdint>
 
 #include "lmkutils/memory/element_allocator.h"
+#include "lmkutils/memory/internal/block_ledger.h"
 #include "lmkutils/memory/internal/malloc_backed.h"
 #include "lmkutils/memory/internal/size_classes.h"
 #include "lmkutils/platform/spin_lock.h"
@@ -54,6 +55,9 @@ struct MemPoolState {
   const char* const name;  // for the labels of the classes; null prints as "-"
   const Ladder ladder = ProcessLadder();
   const CacheSet* caches = nullptr;  // the threads' caches in front of the classes, if there are any
+
+  // Debug builds check with the list what comes back.
+  bool NotesLargeBlocks() const noexcept { return keepLargeBlocks || kHasLedger; }
 
   std::atomic<ElementAllocator*>& Slot(unsigned sizeClass) noexcept {
     const unsigned small = ShapeOf(ladder).smallClasses;

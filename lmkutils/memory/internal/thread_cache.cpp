@@ -6,6 +6,7 @@
 #include "lmkutils/memory/internal/element_store.h"
 #include "lmkutils/memory/internal/mem_pool_state.h"
 #include "lmkutils/os/memory.h"
+#include "lmkutils/os/thread.h"
 #include "lmkutils/os/thread_key.h"
 #include "lmkutils/platform/internal/scoped_lock.h"
 
@@ -170,13 +171,15 @@ void CacheSet::ReleaseAfterFork() noexcept {
 }
 
 void CacheSet::AtThreadExit(void* value) noexcept {
+  if (os::OtherThreadsKilled()) return;  // perhaps with one of the locks; the process takes the cache along
   CacheSet& set = commonCaches;
   const int key = set.exitKey_.load(std::memory_order_acquire);
+  // Later frees of this thread, from other keys' callbacks, find no cache and make none. The system forgets
+  // the mark whenever it calls back, and may call back several times.
+  os::ThreadExitKeySet(key, &threadIsEnding);
   if (value == &threadIsEnding) return;
   auto* cache = static_cast<ThreadCache*>(value);
   os::FastThreadPointerSet(nullptr);
-  // Later frees of this thread, from other keys' callbacks, find no cache and make none.
-  os::ThreadExitKeySet(key, &threadIsEnding);
   if (!attention.IsGone()) cache->Flush();
   {
     const ScopedLock guard(set.lock_.Get());
