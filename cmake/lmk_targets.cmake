@@ -8,7 +8,8 @@
 # Every folder lists its files explicitly; nothing is globbed.
 #
 # The product is optimised as a whole (LMK_LTO), so that a call through the seam costs none. The objects hold their
-# machine code too: the programs made of them are linked as ever.
+# machine code too: the programs made of them are linked as ever. Not on Windows: the MinGW linker says "symbol from
+# plugin: no symbol for section" of an explicitly instantiated template there, and calls to it go to address -1.
 
 find_package(Threads REQUIRED)
 if(WIN32)
@@ -24,7 +25,7 @@ else()
 endif()
 
 set(LMK_USE_LTO OFF)
-if(LMK_LTO AND NOT LMK_SANITIZE AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+if(LMK_LTO AND NOT WIN32 AND NOT LMK_SANITIZE AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   set(LMK_USE_LTO ON)
 endif()
 
