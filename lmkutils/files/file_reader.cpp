@@ -114,14 +114,15 @@ unsigned FileReader::ReadArray(void* values, unsigned count) noexcept {
   const bool swaps = mustSwap_ && sizeof(Word) > 1;
   auto* to = static_cast<unsigned char*>(values);
   unsigned left = count;
-  while (left != 0) {
+  bool goesOn = true;
+  while (left != 0 && goesOn) {
     std::size_t part = 0;
     if (Unread() >= sizeof(Word)) {
       part = TakeUnread<Word>(to, left);
     } else if (swaps || !IsWorthPassingBuffer(std::uint64_t{left} * sizeof(Word))) {
-      if (!FillBuffer(sizeof(Word))) break;
-    } else if (!ReadPastBuffer(to, left, sizeof(Word), &part)) {
-      break;
+      goesOn = FillBuffer(sizeof(Word));
+    } else {
+      goesOn = ReadPastBuffer(to, left, sizeof(Word), &part);
     }
     to += part * sizeof(Word);
     left -= static_cast<unsigned>(part);
@@ -146,11 +147,14 @@ std::size_t FileReader::TakeUnread(void* target, std::size_t count) noexcept {
 }
 
 std::string FileReader::ReadRemainingContents() {
-  if (!IsOpen()) FillBuffer(1);  // tells that it is closed
   std::string text;
+  if (!IsOpen()) {
+    FillBuffer(1);  // tells so
+    return text;
+  }
   // What is known to be left; where nothing is known, what one filling gives.
   std::uint64_t pass = Unread();
-  if (!compressed_ && IsOpen()) pass += static_cast<std::uint64_t>(file_->Remaining());
+  if (!compressed_) pass += static_cast<std::uint64_t>(file_->Remaining());
   std::size_t size = 0;
   while (Unread() != 0 || Supply()) {
     pass = std::max<std::uint64_t>(pass, Unread());
@@ -204,7 +208,9 @@ bool FileReader::Rewind(std::int64_t count) noexcept {
 bool FileReader::Forward(std::int64_t count) noexcept {
   if (compressed_) {
     if (count < 0) return false;
-    return Discard(static_cast<std::uint64_t>(count)) || FillBuffer(1);  // which tells why
+    if (Discard(static_cast<std::uint64_t>(count))) return true;
+    if (!sectionFailed_) FillBuffer(1);  // tells of the end; a failure has been told
+    return false;
   }
   std::int64_t position;
   if (Add(GetPosition(), count, &position)) return SetPosition(position);

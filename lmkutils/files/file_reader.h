@@ -35,8 +35,9 @@ struct FileReaderAccess;
 // Nothing throws for a failure of a file: an operation returns false, or a smaller count, and sets the error
 // bit, which stays until the next Open; the reason is traced under "FileReader". A value that cannot be read
 // leaves its target as it was, and the position too. The end of the file is no error at first: the read that
-// meets it returns false and sets only IsEOF; one more sets the error bit. The end of a section, which
-// whoever reads it has to know, is an error.
+// gets nothing more of the file returns false and sets only IsEOF; one more sets the error bit. The end of a
+// section, which whoever reads it has to know, is an error, as is that of a file which gives some more bytes,
+// but too few for the value.
 class LMK_API FileReader {
  public:
   static constexpr unsigned kDefaultBufferSize = 65536;
@@ -185,7 +186,7 @@ class LMK_API FileReader {
   bool Fail(const char* format, int number) noexcept;
   bool FillBuffer(unsigned minBytes) noexcept;
   bool MayFill(unsigned minBytes) noexcept;
-  bool EndBefore(unsigned minBytes) noexcept;
+  bool EndBefore(unsigned minBytes, bool someCame) noexcept;
   bool Supply() noexcept;
   bool Refill(unsigned minBytes) noexcept;
   unsigned char* Buffer() noexcept;

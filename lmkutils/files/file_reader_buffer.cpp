@@ -22,8 +22,10 @@ bool FileReader::Fail(const char* format, int number) noexcept {
 
 // Makes `minBytes` bytes available, at most 8.
 bool FileReader::FillBuffer(unsigned minBytes) noexcept {
-  if (!MayFill(minBytes) || !Refill(minBytes)) return false;
-  return Unread() >= minBytes || EndBefore(minBytes);
+  if (!MayFill(minBytes)) return false;
+  const std::size_t old = Unread();
+  if (!Refill(minBytes)) return false;
+  return Unread() >= minBytes || EndBefore(minBytes, Unread() != old);
 }
 
 bool FileReader::MayFill(unsigned minBytes) noexcept {
@@ -37,9 +39,9 @@ bool FileReader::MayFill(unsigned minBytes) noexcept {
   return true;
 }
 
-// An end came before so many bytes; that of a section is an error.
-bool FileReader::EndBefore(unsigned minBytes) noexcept {
-  return compressed_ &&
+// An end came before so many bytes; that of a file is an error only when some of them came first.
+bool FileReader::EndBefore(unsigned minBytes, bool someCame) noexcept {
+  return (compressed_ || someCame) &&
          Fail("FillBuffer() failed - not enough data, requested %d bytes.\n", static_cast<int>(minBytes));
 }
 
@@ -47,7 +49,7 @@ bool FileReader::EndBefore(unsigned minBytes) noexcept {
 bool FileReader::Supply() noexcept {
   if (atFileEnd_ || (compressed_ && atSectionEnd_)) return false;
   if (!MayFill(1) || !Refill(1)) return false;
-  return Unread() != 0 || (sectionFailed_ && EndBefore(1));
+  return Unread() != 0 || (sectionFailed_ && EndBefore(1, false));
 }
 
 // Adds bytes behind the unread ones, until there are `minBytes` or no more come. False after a failure.
@@ -104,8 +106,9 @@ bool FileReader::IsWorthPassingBuffer(std::uint64_t size) const noexcept {
   return IsOpen() && Unread() == 0 && size >= file_->ReadAhead();
 }
 
-// Reads up to `count` values of `width` bytes to where they belong; *done is how many. The part of one more
-// that may come goes into the empty buffer. False when an end was met or a failure.
+// Reads up to `count` values of `width` bytes to where they belong; *done is how many, also after a failure
+// that came behind them. The part of one more that may come goes into the empty buffer. False when an end was
+// met or a failure.
 bool FileReader::ReadPastBuffer(unsigned char* target, std::size_t count, unsigned width,
                                 std::size_t* done) noexcept {
   constexpr std::size_t kMost = std::size_t{1} << 30;
@@ -116,7 +119,7 @@ bool FileReader::ReadPastBuffer(unsigned char* target, std::size_t count, unsign
   const std::size_t rest = size % width;
   std::memcpy(Buffer(), target + (size - rest), rest);
   Hold(Buffer(), rest);
-  return good && (size != 0 || EndBefore(width));
+  return good && (size != 0 || EndBefore(width, false));
 }
 
 // Reads what there is, up to `size` bytes. Neither an end of the file nor one of the section is an error.

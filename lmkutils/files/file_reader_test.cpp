@@ -219,6 +219,17 @@ TEST_F(FileReaderTest, EndOfFileIsAnErrorOnlyThereafter) {
   EXPECT_TRUE(reader_.Open(dir_.File("file")) && !reader_.IsError() && !reader_.IsEOF());
 }
 
+// Unlike the end that comes without any more bytes.
+TEST_F(FileReaderTest, AFileThatEndsInsideItsFirstValueIsAnError) {
+  ASSERT_TRUE(reader_.Open(dir_.Write("file", "abc")));
+  int value = 77;
+  EXPECT_FALSE(reader_.Read(value));
+  EXPECT_TRUE(reader_.IsError() && value == 77 && reader_.GetPosition() == 0);
+  EXPECT_THAT(traces_.TakeTexts(),
+              ElementsAre("FillBuffer() failed - not enough data, requested 4 bytes.\n"));
+  EXPECT_EQ("abc", reader_.ReadRemainingContents());
+}
+
 TEST_F(FileReaderTest, MovesInTheFile) {
   ASSERT_TRUE(reader_.Open(dir_.Write("file", AnyBytes(5000)), 0, 1024));
   EXPECT_TRUE(reader_.SkipUInt16s(3) && reader_.SkipFloats(2) && reader_.SkipDoubles(1));
@@ -294,8 +305,9 @@ TEST_F(FileReaderTest, WhatCannotBeOpened) {
   char byte = 'a';
   EXPECT_FALSE(reader_.Read(byte) || reader_.Rewind() || reader_.StartCompressedSection());
   EXPECT_EQ(0U, reader_.Read(&byte, 1));
-  EXPECT_EQ("", reader_.ReadRemainingContents());
   EXPECT_EQ("FillBuffer() failed because file is closed.\n", traces_.TakeTexts().front());
+  EXPECT_EQ("", reader_.ReadRemainingContents());
+  EXPECT_THAT(traces_.TakeTexts(), ElementsAre("FillBuffer() failed because file is closed.\n"));
   EXPECT_TRUE(reader_.Open(dir_.File("file")) && !reader_.IsError());
   EXPECT_EQ(0U, reader_.Read(static_cast<int*>(nullptr), 3));
 }

@@ -41,7 +41,7 @@ bool FileWriter::Open(const std::string& path, int endian, unsigned bufferSize, 
 bool FileWriter::Close() noexcept {
   if (!IsOpen()) return true;
   if (IsCompressed()) EndCompressedSection();
-  if (!broken_) FlushBuffer(0, false);
+  if (Used() != 0) FlushBuffer(0, false);
   if (!file_->Close()) {
     const int number = errno;
     dp::LMTracer("FileWriter", "")(dp::TraceType::Error,

@@ -417,6 +417,29 @@ TEST_F(GzipSectionTest, FailingCallsInside) {
   }
 }
 
+// Whatever had come before the failure is there, and nothing is passed over.
+TEST_F(GzipSectionTest, GoesOnAfterAPassingFailure) {
+  const std::string plain = SomeText(30'000);
+  const std::string path = dir_.Write("file", GzipMember(plain));
+  const Call read = Call::kFileRead;
+  ASSERT_TRUE(reader_.Open(path, 0, 1024) && reader_.StartCompressedSection());
+  std::string taken(plain.size(), '\0');
+  os::fault::Arm(read, {.first = 3, .error = os::kErrorIoDevice});
+  const unsigned count = reader_.Read(taken.data(), 30'000);
+  EXPECT_TRUE(count > 3000 && count < 30'000 && reader_.IsError() && reader_.GetPosition() == count);
+  EXPECT_EQ(30'000 - count, reader_.Read(taken.data() + count, 30'000 - count));
+  EXPECT_EQ(plain, taken);
+
+  ASSERT_TRUE(reader_.Open(path, 0, 1024) && reader_.StartCompressedSection());
+  os::fault::Arm(read, {.first = 3, .error = os::kErrorIoDevice});
+  traces_.Take();
+  EXPECT_FALSE(reader_.Forward(29'000));
+  EXPECT_THAT(traces_.TakeTexts(), ElementsAre("FillBuffer() failed to read (1117).\n"));
+  EXPECT_TRUE(reader_.Forward(29'000 - reader_.GetPosition()));
+  EXPECT_EQ(plain.substr(29'000), reader_.ReadRemainingContents());
+  os::fault::Disarm(read);
+}
+
 // 64 MiB out of 64 KiB, in the steps of the buffer.
 TEST_F(GzipSectionTest, TakesNoMemoryByWhatASectionSays) {
   ASSERT_TRUE(reader_.Open(dir_.Write("file", GzipMember(std::string(64 << 20, '\0')))));
