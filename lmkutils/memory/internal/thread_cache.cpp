@@ -15,7 +15,8 @@ namespace {
 
 using dp::internal::ScopedLock;
 
-// What the exit key of a thread holds whose cache is gone: it gets no other.
+// What both keys of a thread hold whose cache is gone: it gets no other. Systems clear one or the other of
+// them before or after a callback, not both.
 char threadIsEnding;
 
 }  // namespace
@@ -120,6 +121,7 @@ ThreadCache* CacheSet::CurrentOrMake(MemPoolState& state) noexcept {
   if (!Prepare()) return nullptr;
   const int key = exitKey_.load(std::memory_order_acquire);
   if (os::ThreadExitKeyGet(key) != nullptr) return nullptr;  // ending
+  if (os::ThreadKeyGet(endKey_.load(std::memory_order_acquire)) != nullptr) return nullptr;
   ThreadCache* cache = ThreadCache::Make(state);
   if (cache == nullptr) return nullptr;
   if (!os::ThreadExitKeySet(key, cache) || !os::FastThreadPointerSet(cache)) {
@@ -142,11 +144,21 @@ bool CacheSet::Prepare() noexcept {
   } catch (const std::bad_alloc&) {
     return false;
   }
+  if (!PrepareEndKey()) return false;
   const int key = os::ThreadExitKeyCreate(&AtThreadExit);
   if (key == os::kNoThreadKey) return false;
   int expected = os::kNoThreadKey;
   if (!exitKey_.compare_exchange_strong(expected, key, std::memory_order_acq_rel))
     os::ThreadExitKeyDelete(key);
+  return true;
+}
+
+bool CacheSet::PrepareEndKey() noexcept {
+  if (endKey_.load(std::memory_order_acquire) != os::kNoThreadKey) return true;
+  const int key = os::ThreadKeyCreate();
+  if (key == os::kNoThreadKey) return false;
+  int expected = os::kNoThreadKey;
+  if (!endKey_.compare_exchange_strong(expected, key, std::memory_order_acq_rel)) os::ThreadKeyDelete(key);
   return true;
 }
 
@@ -174,9 +186,9 @@ void CacheSet::AtThreadExit(void* value) noexcept {
   if (os::OtherThreadsKilled()) return;  // perhaps with one of the locks; the process takes the cache along
   CacheSet& set = commonCaches;
   const int key = set.exitKey_.load(std::memory_order_acquire);
-  // Later frees of this thread, from other keys' callbacks, find no cache and make none. The system forgets
-  // the mark whenever it calls back, and may call back several times.
+  // Later frees of this thread, from other keys' callbacks, find no cache and make none.
   os::ThreadExitKeySet(key, &threadIsEnding);
+  os::ThreadKeySet(set.endKey_.load(std::memory_order_acquire), &threadIsEnding);
   if (value == &threadIsEnding) return;
   auto* cache = static_cast<ThreadCache*>(value);
   os::FastThreadPointerSet(nullptr);

@@ -134,11 +134,13 @@ class CacheSet {
  private:
   static void AtThreadExit(void* cache) noexcept;
   bool Prepare() noexcept;
+  bool PrepareEndKey() noexcept;
 
   mutable dp::internal::LazySpinLock lock_;  // guards first_ and the links; there before the first cache
   ThreadCache* first_ = nullptr;
-  bool isHeldForFork_ = false;  // a fork is under way, and the lock was there when it began
-  std::atomic<int> exitKey_{os::kNoThreadKey};
+  bool isHeldForFork_ = false;                  // a fork is under way, and the lock was there when it began
+  std::atomic<int> endKey_{os::kNoThreadKey};   // a plain key: marks threads that are ending
+  std::atomic<int> exitKey_{os::kNoThreadKey};  // its callback empties the thread's cache
 };
 
 extern constinit CacheSet commonCaches;
