@@ -22,7 +22,8 @@ using internal::TryPath;
 
 bool QueryIdentity(const std::string& path, os::FileIdentity& identity) {
   os::FileStatus status;
-  if (os::QueryStatus(path.c_str(), &status) != os::kSuccess) return false;
+  const auto query = [&status](const char* form) { return os::QueryStatus(form, &status); };
+  if (TryPath(path, true, query) != os::kSuccess) return false;
   identity = status.identity;
   return true;
 }
@@ -118,8 +119,11 @@ bool Exists(const std::string& path) {
          os::kSuccess;
 }
 
+// A backup has the mode of its file, and Windows removes no read-only one.
 bool Remove(const std::string& path) {
-  return TryPath(path, true, os::RemoveFile) == os::kSuccess;
+  const os::SystemError error = TryPath(path, true, os::RemoveFile);
+  if (error != os::kErrorAccessDenied) return error == os::kSuccess;
+  return FileSystem::SetWritable(path.c_str(), true) && TryPath(path, true, os::RemoveFile) == os::kSuccess;
 }
 
 // The number to which the backups in front of it can move up: the first that is free, or the one beyond

@@ -96,6 +96,9 @@ TEST(CopyFileTest, Refusals) {
   EXPECT_FALSE(FileSystem::CopyFile(file.c_str(), (dir.File("sub") + "/").c_str()));
   EXPECT_FALSE(FileSystem::CopyFile(file.c_str(), dir.File("missing/copy").c_str()));
   EXPECT_FALSE(FileSystem::CopyFile(nullptr, nullptr));
+  ASSERT_TRUE(FileSystem::SetWritable(file.c_str(), false)) << "Windows removes no read-only file";
+  EXPECT_FALSE(FileSystem::CopyFile(file.c_str(), dir.File("sub").c_str()));
+  ASSERT_TRUE(FileSystem::SetWritable(file.c_str(), true));
   EXPECT_THAT(NamesIn(dir.Path()), ElementsAre("file", "sub"));
   EXPECT_EQ(dir.Read("file"), "x");
   std::error_code error;
@@ -196,6 +199,14 @@ TEST_F(BackupTest, AGapIsFilled) {
   Change("x");
   EXPECT_TRUE(FileSystem::BackupFile(path_, 3));
   EXPECT_THAT(Backups(), ElementsAre("f.~1=x", "f.~2=f.~1", "f.~3=f.~3"));
+}
+
+TEST_F(BackupTest, OfAReadOnlyFile) {
+  Change("x");
+  ASSERT_TRUE(FileSystem::SetWritable(path_.c_str(), false));
+  for (int i = 0; i < 3; ++i) EXPECT_TRUE(FileSystem::BackupFile(path_, 1)) << i;
+  EXPECT_THAT(Backups(), ElementsAre("f.~1=x"));
+  for (const std::string& name : NamesIn(dir_.Path())) FileSystem::SetWritable(dir_.File(name).c_str(), true);
 }
 
 // Whichever step fails: no older backup is lost, none overwritten.

@@ -210,6 +210,15 @@ TEST_F(DeletionTest, NamesOfOtherSystemsGoToTheSystemUntouched) {
   EXPECT_EQ(dir_.Read("a"), "outside of the tree");
 }
 
+// The plain form would lose the '.' on Windows.
+TEST_F(DeletionTest, NamesThatOnlyTheLongFormKeeps) {
+  const std::string tree = FileSystem::GenerateLongFilePath(dir_.Path(), true) + R"(\tree.)";
+  ASSERT_EQ(FileSystem::Mkdir(tree.c_str()), 0);
+  ASSERT_EQ(FileSystem::Mkdir((tree + R"(\inner )").c_str()), 0);
+  EXPECT_TRUE(FileSystem::DeletePath(tree, true));
+  EXPECT_FALSE(FileSystem::DirExists(tree.c_str()));
+}
+
 // Deeper than a path can be long, and than a process may have files open.
 TEST_F(DeletionTest, DeepTrees) {
   constexpr int kUnixDepth = 2000;

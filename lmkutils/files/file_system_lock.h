@@ -23,7 +23,7 @@ class LMK_API FileSystemLock {
   FileSystemLock(const char* path, unsigned retries, unsigned pauseSeconds);
   FileSystemLock(const FileSystemLock&) = delete;
   FileSystemLock& operator=(const FileSystemLock&) = delete;
-  ~FileSystemLock();  // releases
+  ~FileSystemLock();  // releases; without memory for it the directory is left behind
 
   // Releases a held lock and binds the object to another directory: after a first attempt `retries` more,
   // `pauseSeconds` apart. False, and the object as it was, when the held lock cannot be released.

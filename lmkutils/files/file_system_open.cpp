@@ -45,10 +45,11 @@ std::FILE* OpenStream(const std::string& path, const char* mode) {
     os::SetLastSystemError(os::kErrorInvalidParameter);
     return nullptr;
   }
+  const std::string streamMode = StreamMode(mode);
   const int descriptor = FileSystem::lmopen(path, flags, kPermissionsOfNewFiles);
   if (descriptor < 0) return nullptr;
   std::FILE* stream = nullptr;
-  if (const os::SystemError error = os::StreamOfDescriptor(descriptor, StreamMode(mode).c_str(), &stream)) {
+  if (const os::SystemError error = os::StreamOfDescriptor(descriptor, streamMode.c_str(), &stream)) {
     os::CloseDescriptor(descriptor);
     os::SetLastSystemError(error);
   }

@@ -38,7 +38,8 @@ SystemError TreeEnter(Tree* tree, const std::string& name) noexcept;
 SystemError TreeLeave(Tree* tree) noexcept;
 
 // As the functions of os/file.h and os/directory.h, for entries of the current directory. TreeRemoveFile
-// removes all but directories; TreeReplace renames over an existing file in one step.
+// removes all but directories; TreeReplace renames over an existing file in one step, and leaves `from` so
+// that it can be removed when that fails.
 SystemError TreeOpenForReading(Tree* tree, const std::string& name, File* file) noexcept;
 SystemError TreeCreatePrivateFile(Tree* tree, const std::string& name, File* file) noexcept;
 SystemError TreeMakeDirectory(Tree* tree, const std::string& name) noexcept;

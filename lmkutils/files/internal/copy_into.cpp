@@ -21,8 +21,7 @@ os::SystemError CreateTemporary(os::Tree* directory, os::File* file, std::string
   return error;
 }
 
-os::SystemError CopyContents(OpenedFile& source, OpenedFile& target) {
-  std::vector<char> block(kBlock);
+os::SystemError CopyContents(OpenedFile& source, OpenedFile& target, std::vector<char>& block) {
   for (;;) {
     std::size_t count = 0;
     if (const os::SystemError error = source.Read(block.data(), block.size(), &count)) return error;
@@ -32,8 +31,9 @@ os::SystemError CopyContents(OpenedFile& source, OpenedFile& target) {
 }
 
 // The mode last: it may take the right to write away.
-os::SystemError CopyAll(OpenedFile& source, const os::FileStatus& status, OpenedFile& target) {
-  if (const os::SystemError error = CopyContents(source, target)) return error;
+os::SystemError CopyAll(OpenedFile& source, const os::FileStatus& status, OpenedFile& target,
+                        std::vector<char>& block) {
+  if (const os::SystemError error = CopyContents(source, target, block)) return error;
   if (const os::SystemError error = os::SetFileTimes(target.Get(), status.created, status.modified))
     return error;
   if (const os::SystemError error = os::SetFileMode(target.Get(), status.mode)) return error;
@@ -45,11 +45,12 @@ os::SystemError CopyAll(OpenedFile& source, const os::FileStatus& status, Opened
 os::SystemError CopyInto(OpenedFile& source, os::Tree* directory, const std::string& name) {
   os::FileStatus status;
   if (const os::SystemError error = os::QueryFileStatus(source.Get(), &status)) return error;
+  std::vector<char> block(kBlock);  // here, so that nothing throws once there is a file to be removed
   os::File file = os::File::kNone;
   std::string temporary;
   if (const os::SystemError error = CreateTemporary(directory, &file, &temporary)) return error;
   OpenedFile target(file);
-  os::SystemError error = CopyAll(source, status, target);
+  os::SystemError error = CopyAll(source, status, target, block);
   target.Close();
   if (error == os::kSuccess) error = os::TreeReplace(directory, temporary, name);
   if (error != os::kSuccess) os::TreeRemoveFile(directory, temporary);

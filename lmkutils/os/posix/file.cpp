@@ -45,10 +45,11 @@ SystemError Open(const char* path, int flags, mode_t mode, File* file) noexcept 
 }
 
 // What renameat2 cannot do on some file systems. A link fails for a name that is taken; directories cannot be
-// linked, so that between the look and the step another process could still make an empty one.
+// linked, and some file systems link nothing: between the look and the step another process could still make
+// an empty one, or any file there.
 int RenameByLink(const char* from, const char* to) noexcept {
   if (link(from, to) == 0) return unlink(from);
-  if (errno != EPERM) return -1;
+  if (errno != EPERM && errno != EOPNOTSUPP && errno != ENOSYS && errno != EMLINK) return -1;
   struct stat status;
   if (lstat(to, &status) == 0) {
     errno = EEXIST;

@@ -99,6 +99,7 @@ SystemError Resolve(std::wstring& path) {
 // Adds a level for the directory at tree.path + name. The tree is unchanged on failure.
 SystemError Descend(Tree& tree, const std::wstring& name) {
   std::wstring path = tree.path + name;
+  path.reserve(path.size() + 1);  // nothing below throws, with a handle that nobody owns yet
   tree.levels.reserve(tree.levels.size() + 1);
   HANDLE handle;
   FileStatus status;
@@ -235,7 +236,11 @@ SystemError TreeReplace(Tree* tree, const std::string& from, const std::string& 
       SetLastError(error);
       return false;
     }
-    return MoveFileExW(source, target.c_str(), MOVEFILE_REPLACE_EXISTING) != 0;
+    if (MoveFileExW(source, target.c_str(), MOVEFILE_REPLACE_EXISTING) != 0) return true;
+    const DWORD error = GetLastError();
+    SetFileAttributesW(source, FILE_ATTRIBUTE_NORMAL);  // a read-only one could not be removed
+    SetLastError(error);
+    return false;
   });
 }
 

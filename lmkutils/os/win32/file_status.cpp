@@ -116,6 +116,7 @@ SystemError SetFileMode(File file, std::uint32_t mode) noexcept {
   const bool writable = (mode & kWritable) != 0;
   info.FileAttributes = writable ? info.FileAttributes & ~static_cast<DWORD>(FILE_ATTRIBUTE_READONLY)
                                  : info.FileAttributes | FILE_ATTRIBUTE_READONLY;
+  if (info.FileAttributes == 0) info.FileAttributes = FILE_ATTRIBUTE_NORMAL;  // 0 would leave them
   return SetFileInformationByHandle(handle, FileBasicInfo, &info, sizeof info) != 0 ? kSuccess
                                                                                     : GetLastError();
 }

@@ -31,6 +31,10 @@ SystemError NativeText(const std::string& text, std::string& out) noexcept {
   try {
     std::wstring wide;
     if (const SystemError error = win32::Widen(text, wide)) return error;
+    if (GetACP() == CP_UTF8) {  // the call below takes none of its options then
+      out = text;
+      return kSuccess;
+    }
     const int length = static_cast<int>(wide.size());
     BOOL replaced = FALSE;
     const int size = WideCharToMultiByte(CP_ACP, WC_NO_BEST_FIT_CHARS, wide.data(), length, nullptr, 0,
