@@ -156,9 +156,8 @@ void ReadByHand(benchmark::State& state, bool toArray) {
           *to++ = Copy<T, kSwapped>(from);
       } else {
         for (const char* from = buffer.data(); from != end; from += sizeof(T)) {
-          T value = Copy<T, kSwapped>(from);
-          benchmark::DoNotOptimize(value);
-          sum += Bits(value);
+          const std::uint64_t soFar = sum += Bits(Copy<T, kSwapped>(from));
+          benchmark::DoNotOptimize(soFar);
         }
       }
     }
