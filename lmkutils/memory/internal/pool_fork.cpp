@@ -31,6 +31,7 @@ void PoolFork::Before() noexcept {
       allocator.Enter();
       classes_[classCount_++] = &allocator;
     });
+    state->lock.Lock();
   }
   pools_->blocks.Lock();
   pools_->extra.Lock();
@@ -40,6 +41,7 @@ void PoolFork::Release() noexcept {
   if (pools_ != nullptr) {
     pools_->extra.Unlock();
     pools_->blocks.Unlock();
+    if (MemPoolState* const state = pools_->State()) state->lock.Unlock();
     while (classCount_ != 0) classes_[--classCount_]->Leave();
   }
   commonCaches.ReleaseAfterFork();
