@@ -64,7 +64,8 @@ class LineReaderState {
 
   // What callers see: line_, or a line where it lies in the chunk. There a zero stands in the place of the
   // byte behind the line, until the next line or bytes are read.
-  static constexpr std::string_view kNothing{"\0", 0};  // before a zero unit
+  // NOLINTNEXTLINE(bugprone-string-constructor): empty, and before a zero unit of either width
+  static constexpr std::string_view kNothing{"\0", 0};
   std::string_view shown_ = kNothing;
   char* replaced_ = nullptr;
   char replacedByte_ = '\0';

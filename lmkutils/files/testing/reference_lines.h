@@ -38,7 +38,7 @@ class ReferenceLines {
   }
 
   std::string ReadBinary(std::size_t count) {
-    const std::string read = bytes_.substr(at_, count);
+    std::string read = bytes_.substr(at_, count);
     at_ += read.size();
     started_ = started_ || !read.empty();
     return read;
