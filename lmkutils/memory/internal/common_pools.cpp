@@ -66,7 +66,11 @@ void* AllocateWithoutLocks(unsigned size) noexcept {
 void KeepWithoutLocks(void* block, unsigned size) noexcept {
   ThreadCache* cache = ThreadCache::Current();
   const Span* span = pageMap.Find(block);
-  if (cache == nullptr || span == nullptr) return;
+  if (span == nullptr) {  // not of the pools, or too large for a class
+    if (DirectMode() || size <= kLargestClassSize) DirectFree(block, size);
+    return;
+  }
+  if (cache == nullptr) return;
   NoteReturned(block, span->owner, span->owner->GetName());
   cache->Push(cache->ClassOf(size), block);
 }
