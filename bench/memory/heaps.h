@@ -16,8 +16,8 @@ namespace bench {
 // The function, of which the compiler knows no more than that it is called through a pointer.
 template <class Function>
 Function* Opaque(Function* function) {
-  benchmark::DoNotOptimize(function);
-  return function;
+  Function* volatile opaque = function;
+  return opaque;
 }
 
 // A heap as an allocator of containers, with nothing in between.
