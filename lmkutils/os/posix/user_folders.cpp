@@ -6,27 +6,15 @@
 #include <memory>
 #include <string_view>
 
-#include "lmkutils/os/environment.h"
+#include "lmkutils/os/posix/variable.h"
 
 namespace os {
 namespace {
 
+using posix::Variable;
+
 using FilePointer = std::unique_ptr<FILE, int (*)(FILE*)>;
 using LinePointer = std::unique_ptr<char, void (*)(void*)>;
-
-std::string Variable(const char* name) {
-  std::string value;
-  for (std::size_t size = ReadVariable(name, value.data(), 0); size != 0;) {
-    value.resize(size);
-    const std::size_t needed = ReadVariable(name, value.data(), size);
-    if (needed <= size) {
-      value.resize(needed == 0 ? 0 : needed - 1);
-      break;
-    }
-    size = needed;
-  }
-  return value;
-}
 
 // Of a line XDG_DOCUMENTS_DIR="$HOME/folder" or ="/folder", with \ before a quoted character: the folder. Of
 // any other line nothing. The form of freedesktop's xdg-user-dirs.
