@@ -35,7 +35,6 @@ void Relative(benchmark::State& state) {
   }
 }
 
-// FindFile enumerates one directory: those below it are found by a second look, as callers do.
 struct Found {
   static std::size_t Visit(const std::string& folder) {
     std::size_t files = 0;
@@ -45,10 +44,10 @@ struct Found {
       const std::string here = folders.back() + "/";
       folders.pop_back();
       du::FindFile find;
-      const du::FileSpec* found = &find.FindFirstFileName(here + "*", du::FindFile::FILES_ONLY);
-      for (; !found->empty(); found = &find.GetNextFileName()) ++files;
-      found = &find.FindFirstFileName(here + "*", du::FindFile::DIRECTORIES_ONLY);
+      const du::FileSpec* found = &find.FindFirstFileName(here + "*", du::FindFile::ANY_TYPE);
       for (; !found->empty(); found = &find.GetNextFileName()) {
+        if (find.GetEntryType() == du::FindFile::FILE_ENTRY) ++files;
+        if (find.GetEntryType() != du::FindFile::DIRECTORY_ENTRY) continue;
         found->GetFile(&name);
         folders.push_back(here + name);
       }

@@ -119,7 +119,8 @@ bool FileReader::ReadPastBuffer(unsigned char* target, std::size_t count, unsign
   const std::size_t rest = size % width;
   std::memcpy(Buffer(), target + (size - rest), rest);
   Hold(Buffer(), rest);
-  return good && (size != 0 || EndBefore(width, false));
+  if (!good || size == 0) return good && EndBefore(width, false);
+  return size >= width || (Refill(width) && (Unread() >= width || EndBefore(width, true)));
 }
 
 // Reads what there is, up to `size` bytes. Neither an end of the file nor one of the section is an error.

@@ -228,6 +228,12 @@ TEST_F(FileReaderTest, AFileThatEndsInsideItsFirstValueIsAnError) {
   EXPECT_THAT(traces_.TakeTexts(),
               ElementsAre("FillBuffer() failed - not enough data, requested 4 bytes.\n"));
   EXPECT_EQ("abc", reader_.ReadRemainingContents());
+  // An array that is read without the detour through the buffer makes no difference.
+  ASSERT_TRUE(reader_.Rewind());
+  int many[1024];
+  ASSERT_TRUE(reader_.Open(dir_.File("file"), reader_.GetSystemEndian(), sizeof(many) / 4));
+  EXPECT_EQ(0U, reader_.Read(many, 1024));
+  EXPECT_TRUE(reader_.IsError() && reader_.GetPosition() == 0);
 }
 
 TEST_F(FileReaderTest, MovesInTheFile) {

@@ -30,6 +30,19 @@ bool IsExpressible(const std::string& name) {
   return false;
 }
 
+FindFile::EntryType TypeOf(os::EntryKind kind) {
+  switch (kind) {
+    case os::EntryKind::kFile:
+      return FindFile::FILE_ENTRY;
+    case os::EntryKind::kDirectory:
+      return FindFile::DIRECTORY_ENTRY;
+    case os::EntryKind::kLink:
+      return FindFile::LINK_ENTRY;
+    default:
+      return FindFile::OTHER_ENTRY;
+  }
+}
+
 }  // namespace
 
 FindFile::~FindFile() {
@@ -51,6 +64,7 @@ const FileSpec& FindFile::FindFirstFileName(const Symbol& pattern, TypeConstrain
 const FileSpec& FindFile::FindFirstFileName(const std::string& pattern, TypeConstraint constraint) {
   Close();
   result_.clear();
+  entryType_ = NO_ENTRY;
   pattern_ = pattern;
   constraint_ = constraint;
   namePattern_ = NamePattern(pattern);
@@ -99,10 +113,12 @@ const FileSpec& FindFile::GetNextFileName() {
                               os::ListingLeadsToDirectory(listing_, entry.name));
     if (!Accepts(entry.name, isDirectory) || !IsExpressible(entry.name)) continue;
     SetResult(entry.name);
+    entryType_ = TypeOf(entry.kind);
     return result_;
   }
   Close();
   result_.clear();
+  entryType_ = NO_ENTRY;
   return result_;
 }
 

@@ -39,6 +39,8 @@ class Symbol;
 class LMK_API FindFile {
  public:
   enum TypeConstraint { ANY_TYPE = 0, FILES_ONLY = 1, DIRECTORIES_ONLY = 2 };
+  // OTHER_ENTRY: a device, a pipe, a socket.
+  enum EntryType { NO_ENTRY, FILE_ENTRY, DIRECTORY_ENTRY, LINK_ENTRY, OTHER_ENTRY };
 
   FindFile() noexcept = default;
   FindFile(const FindFile&) = delete;
@@ -57,6 +59,10 @@ class LMK_API FindFile {
   // The next one; empty at the end, and before any FindFirstFileName.
   const FileSpec& GetNextFileName();
 
+  // What the result is itself, links not followed, as the directory says: whoever walks a tree looks for
+  // ANY_TYPE and asks this, which costs nothing. NO_ENTRY when the result is empty.
+  EntryType GetEntryType() const noexcept { return entryType_; }
+
  private:
   void Close() noexcept;
   bool Open(const std::string& pattern);
@@ -67,6 +73,7 @@ class LMK_API FindFile {
   FileSpec result_;
   std::string namePattern_;  // as the system compares names
   TypeConstraint constraint_ = ANY_TYPE;
+  EntryType entryType_ = NO_ENTRY;
   os::Listing* listing_ = nullptr;
 };
 

@@ -85,6 +85,11 @@ TEST_F(FindFileTest, FindsByPatternAndType) {
   EXPECT_EQ(FileSystem::GetLastErrorCode(), os::GetCapabilities().absolutePathsHaveDrive
                                                 ? FileSystem::kOtherError
                                                 : FileSystem::kFileNotFound);
+  EXPECT_EQ(FindFile::NO_ENTRY, find_.GetEntryType());
+  find_.FindFirstFileName(dir_.File("d*"), FindFile::ANY_TYPE);
+  EXPECT_EQ(FindFile::DIRECTORY_ENTRY, find_.GetEntryType());
+  find_.FindFirstFileName(dir_.File("a*"), FindFile::ANY_TYPE);
+  EXPECT_EQ(FindFile::FILE_ENTRY, find_.GetEntryType());
   const bool ignoresCase = os::GetCapabilities().absolutePathsHaveDrive;
   EXPECT_EQ(Find("A.PRT").size(), ignoresCase ? 1U : 0U);
   EXPECT_EQ(Find("\xC3\x84.prt").size(), ignoresCase ? 1U : 0U);
@@ -115,6 +120,8 @@ TEST_F(FindFileTest, NamesThatOnlyLinuxCanHave) {
   EXPECT_THAT(recorder.TakeTexts(), testing::SizeIs(2));
   EXPECT_THAT(Find("l*", FindFile::DIRECTORIES_ONLY), ElementsAre("loop"));
   EXPECT_THAT(Find("l*", FindFile::FILES_ONLY), IsEmpty());
+  find_.FindFirstFileName(dir_.File("l*"), FindFile::DIRECTORIES_ONLY);
+  EXPECT_EQ(FindFile::LINK_ENTRY, find_.GetEntryType());
 }
 
 }  // namespace

@@ -63,7 +63,7 @@ template <class Word>
 bool InputBuffer::GetArray(void* values, unsigned count) noexcept {
   // Divided, since the product may not fit.
   if ((size_ - position_) / sizeof(Word) < count) return false;
-  if (count == 0) return true;
+  if (count == 0 || values == nullptr) return count == 0;
   const auto size = static_cast<unsigned>(count * sizeof(Word));
   if (sizeof(Word) == 1 || !mustSwap_) {
     std::memcpy(values, data_ + position_, size);

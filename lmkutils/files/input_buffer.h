@@ -48,7 +48,7 @@ class LMK_API InputBuffer {
   // from the buffer. Throws as making a symbol does, and has read nothing then.
   bool Get(Symbol& value);
 
-  // `count` values, or none of them. A count of 0 succeeds.
+  // `count` values, or none of them. A count of 0 succeeds; any other with null gives false.
   bool Get(char* values, unsigned count) noexcept { return Get1ByteArray(values, count); }
   bool Get(unsigned char* values, unsigned count) noexcept { return Get1ByteArray(values, count); }
   bool Get(short* values, unsigned count) noexcept { return Get2ByteArray(values, count); }

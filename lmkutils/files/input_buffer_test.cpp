@@ -168,5 +168,12 @@ TEST(InputBuffer, IsEmptyWithoutMemoryOrData) {
   }
 }
 
+TEST(InputBuffer, RefusesArraysWithoutAPlace) {
+  InputBuffer buffer(Bytes{1, 2, 3, 4}, 0);
+  EXPECT_FALSE(buffer.Get(static_cast<char*>(nullptr), 1) || buffer.Get(static_cast<int*>(nullptr), 1));
+  EXPECT_TRUE(buffer.Get(static_cast<int*>(nullptr), 0));
+  EXPECT_EQ(buffer.GetPosition(), 0u);
+}
+
 }  // namespace
 }  // namespace du

@@ -22,8 +22,8 @@ class LineReaderState;
 // least four bytes can be had, and not when ReadBinary has taken the first ones.
 //
 // The caller owns it, and the reader, which must outlive it. Bytes are taken from the reader 4096 at a time,
-// so that its position is mostly beyond the current line: nobody else should read from it meanwhile. One
-// thread at a time uses both.
+// so that its position is mostly beyond the current line: nobody else should read from it, nor move it,
+// meanwhile. One thread at a time uses both.
 //
 // All that is read stands in one buffer until the next ReadLine or ReadBinary. Both throw std::bad_alloc when
 // it cannot grow; SeekToBufferStart goes back to the start of such a line. At the end of the file the reader

@@ -140,6 +140,7 @@ ExitStatus Dump(const Options& options, const Resources& resources) {
     PrintError(resources.Text("OUTPUT_FAILED"));
     return kFoundWrong;
   }
+  if (!scan.IsReadable()) return Unreadable(options.file, resources);
   return listing.IsGood() ? kDone : kFoundWrong;
 }
 
@@ -149,6 +150,7 @@ ExitStatus Extract(const Options& options, const Resources& resources) {
   Section section;
   unsigned number = 0;
   while (number < options.section && scan.Next(&section)) ++number;
+  if (!scan.IsReadable()) return Unreadable(options.file, resources);
   if (number < options.section) {
     PrintError(resources.Text("SECTION_UNKNOWN", {options.file, Shown(options.section), Shown(number)}));
     return kFoundWrong;

@@ -1,5 +1,6 @@
 // The tool as its users meet it: as a program.
 #include <array>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -287,6 +288,11 @@ TEST_F(LmkutilTest, DumpsSections) {
                 "0: section 1; the file ends inside it, 3 bytes can be unpacked\nBytes: 18, sections: 1, "
                 "faulty: "
                 "1\n"},
+           Case{
+               member + std::string("\x1F\x8B\x08\x08\0\0\0\0\0\x03name", 14), 1,
+               "0: section 1, 28" + good +
+                   "28: section 2; the file ends inside it, 0 bytes can be unpacked\nBytes: 42, sections: 2, "
+                   "faulty: 1\n"},
            Case{wrong, 1,
                 "0: section 1, 28 bytes packed, 5 unpacked; the CRC-32 is wrong: 3610A609 in the trailer, "
                 "3610A686 of "
@@ -297,6 +303,17 @@ TEST_F(LmkutilTest, DumpsSections) {
     EXPECT_EQ(c.status, result.exitCode);
     EXPECT_EQ(c.out, result.out);
     EXPECT_EQ("", result.err);
+  }
+}
+
+TEST_F(LmkutilTest, TellsThatReadingFailed) {
+  const std::string file = "/proc/self/mem";  // can be opened, but not read at its beginning
+  if (!std::filesystem::exists(file)) GTEST_SKIP() << "no file that can be opened, but not read";
+  for (const Texts& arguments :
+       {Texts{"dump", file}, Texts{"dump", "--extract", "1", file, folder_.File("o")}}) {
+    const ChildResult result = RunTool(arguments);
+    EXPECT_EQ(1, result.exitCode);
+    EXPECT_EQ("lmkutil: cannot read \"" + file + "\"; check the path and the permissions\n", result.err);
   }
 }
 

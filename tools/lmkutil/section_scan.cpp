@@ -59,6 +59,7 @@ std::int64_t SectionScan::FindHeader(std::int64_t from) {
       const std::int64_t place = from + static_cast<std::int64_t>(at);
       if (IsHeader(&part[at], !isExpected_ || place != next_)) return place;
     }
+    isReadable_ = count == kPartSize || reader_.IsEOF();
     if (count < kPartSize) break;
     from += static_cast<std::int64_t>(kPartSize - kHeaderSize + 1);
   }
@@ -69,7 +70,12 @@ bool SectionScan::Examine(std::int64_t start, bool isExpected, Section* section)
   *section = Section();
   section->start = start;
   uLong checksum = crc32(0, nullptr, 0);
-  const bool isWhole = Unpack(*section, [&](std::string_view bytes) {
+  // What the scan takes for a header can only be refused when the file ends in it.
+  if (!Start(*section)) {
+    section->state = Section::State::kCut;
+    return isExpected;
+  }
+  const bool isWhole = UnpackStarted([&](std::string_view bytes) {
     section->plain += bytes.size();
     checksum = crc32(checksum, reinterpret_cast<const Bytef*>(bytes.data()), static_cast<uInt>(bytes.size()));
     return true;
@@ -91,7 +97,14 @@ void SectionScan::ReadTrailer(Section* section) {
 }
 
 bool SectionScan::Unpack(const Section& section, const PlainBytes& take) {
-  if (!reader_.SetPosition(section.start) || !reader_.StartCompressedSection()) return false;
+  return Start(section) && UnpackStarted(take);
+}
+
+bool SectionScan::Start(const Section& section) {
+  return reader_.SetPosition(section.start) && reader_.StartCompressedSection();
+}
+
+bool SectionScan::UnpackStarted(const PlainBytes& take) {
   std::vector<char> part(kPartSize);
   bool goesOn = true;
   while (goesOn) {

@@ -36,7 +36,7 @@ class SectionScan {
 
   // The next section, from the beginning of the file on. A place counts as one when it has the header of a
   // gzip member and data that can be unpacked; what stands at the beginning of the file, or directly behind
-  // another section, also when it cannot. False when there are no more.
+  // another section, also when it cannot. False when there are no more, or the file cannot be read further.
   bool Next(Section* section);
 
   // Goes through the section again.
@@ -45,16 +45,21 @@ class SectionScan {
   bool Read(std::int64_t start, std::int64_t end, const PlainBytes& take);
 
   std::int64_t FileSize() const { return size_; }
+  // No read of the file itself has failed.
+  bool IsReadable() const { return isReadable_; }
 
  private:
   std::int64_t FindHeader(std::int64_t from);
   bool Examine(std::int64_t start, bool isExpected, Section* section);
+  bool Start(const Section& section);
+  bool UnpackStarted(const PlainBytes& take);
   void ReadTrailer(Section* section);
 
   du::FileReader reader_;
   std::int64_t size_ = 0;
   std::int64_t next_ = 0;   // where to look on
   bool isExpected_ = true;  // a section may begin right there
+  bool isReadable_ = true;
 };
 
 }  // namespace lmkutil
