@@ -182,8 +182,11 @@ void CacheSet::ReleaseAfterFork() noexcept {
   if (isHeldForFork_) lock_.Unlock();
 }
 
+// Called again in every round of callbacks, since it sets its value again. In the last one the thread may be
+// gone already for a sanitizer, which then survives reading atomic objects, but not changing them.
 void CacheSet::AtThreadExit(void* value) noexcept {
-  if (os::OtherThreadsKilled()) return;  // perhaps with one of the locks; the process takes the cache along
+  // Perhaps with one of the locks; the process takes the cache along.
+  if (value != &threadIsEnding && os::OtherThreadsKilled()) return;
   CacheSet& set = commonCaches;
   const int key = set.exitKey_.load(std::memory_order_acquire);
   // Later frees of this thread, from other keys' callbacks, find no cache and make none.
