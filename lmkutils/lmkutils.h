@@ -52,6 +52,7 @@
 #include "lmkutils/platform/recursive_lock.h"
 #include "lmkutils/platform/semaphore.h"
 #include "lmkutils/platform/spin_lock.h"
+#include "lmkutils/platform/task_pool.h"
 #include "lmkutils/platform/thread.h"
 #include "lmkutils/platform/thread_local_storage.h"
 #include "lmkutils/platform/wait_lock.h"

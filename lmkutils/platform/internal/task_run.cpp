@@ -1,0 +1,51 @@
+#include "lmkutils/platform/internal/task_run.h"
+
+#include <exception>
+
+#include "lmkutils/trace/internal/tracing.h"
+#include "lmkutils/trace/lm_debug_tracer.h"
+#include "lmkutils/trace/lm_tracer.h"
+
+namespace du::internal {
+namespace {
+
+// Without tracing the name, which may have to be made, is not asked for.
+void TraceName(const char* format, Task& task) {
+  if (dp::internal::TracingIsOff()) return;
+  dp::LMDebugTracer("du", "TaskPool")(format, task.GetName().safe_c_str());
+}
+
+// Inside a catch block.
+void TraceException() noexcept {
+  const dp::LMTracer tracer("du", "TaskPool");
+  try {
+    throw;
+  } catch (const std::exception& exception) {
+    tracer(dp::TraceType::Error, "DoTask encountered a problem: %s\n", exception.what());
+  } catch (...) {
+    tracer(dp::TraceType::Error, "DoTask encountered an unexpected problem.\n");
+  }
+}
+
+}  // namespace
+
+void RunTask(Task& task) noexcept {
+  try {
+    TraceName("Starting task  [%s]", task);
+    task.Run();
+    TraceName("Completed task [%s]", task);
+    task.TaskComplete();
+  } catch (...) {
+    TraceException();
+  }
+}
+
+void AbortTask(Task& task) noexcept {
+  try {
+    task.Abort();
+  } catch (...) {
+    TraceException();
+  }
+}
+
+}  // namespace du::internal
