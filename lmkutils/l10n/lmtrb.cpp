@@ -7,6 +7,7 @@
 #include <new>
 #include <ostream>
 #include <string_view>
+#include <utility>
 
 #include "lmkutils/l10n/internal/arena.h"
 #include "lmkutils/l10n/internal/entry.h"
@@ -57,9 +58,10 @@ bool TakesArguments(std::int32_t expected, std::size_t given, const char* tag, b
 }
 
 // Joins short messages first: copying a few bytes costs less than a call into the stream.
+template <class Sink>
 class PieceWriter {
  public:
-  explicit PieceWriter(std::ostream& out) : out_(out) {}
+  explicit PieceWriter(Sink& out) : out_(out) {}
   PieceWriter(const PieceWriter&) = delete;
   PieceWriter& operator=(const PieceWriter&) = delete;
 
@@ -67,7 +69,7 @@ class PieceWriter {
     if (count > buffer_.size() - used_) {
       Flush();
       if (count > buffer_.size()) {
-        out_.write(bytes, static_cast<std::streamsize>(count));
+        Put(out_, bytes, count);
         return;
       }
     }
@@ -75,19 +77,24 @@ class PieceWriter {
     used_ += count;
   }
   void Flush() {
-    if (used_ != 0) out_.write(buffer_.data(), static_cast<std::streamsize>(used_));
+    if (used_ != 0) Put(out_, buffer_.data(), used_);
     used_ = 0;
   }
 
  private:
-  std::ostream& out_;
+  static void Put(std::ostream& out, const char* bytes, std::size_t count) {
+    out.write(bytes, static_cast<std::streamsize>(count));
+  }
+  static void Put(std::string& out, const char* bytes, std::size_t count) { out.append(bytes, count); }
+
+  Sink& out_;
   std::size_t used_ = 0;
   std::array<char, 512> buffer_;
 };
 
 // `segment` is the first of those of `text`; the last one is the one without an argument.
-void WriteMessage(std::ostream& out, const char* text, const Segment* segment,
-                  const std::vector<std::string>& args) {
+template <class Sink>
+void WriteMessage(Sink& out, const char* text, const Segment* segment, const std::vector<std::string>& args) {
   PieceWriter writer(out);
   for (;; ++segment) {
     writer.Add(text + segment->start, static_cast<std::size_t>(segment->length));
@@ -111,12 +118,15 @@ class Lmtrb::Impl : public CommonAllocated {
     return name.Get();
   }
 
-  // Null, and a report if asked for, when there is no such tag.
-  const Entry* Find(const char* tag, bool report) const {
+  // Null, and a report if asked for, when there is no such tag or it does not take that many arguments.
+  const Entry* Find(const char* tag, std::size_t argumentCount, bool report) const {
     const std::int32_t index = index_.Find(tag);
-    if (index != internal::TagIndex::kNone) return entries_[static_cast<std::size_t>(index)];
-    if (report) ReportUnknownTag(tag, fileName_);
-    return nullptr;
+    if (index == internal::TagIndex::kNone) {
+      if (report) ReportUnknownTag(tag, fileName_);
+      return nullptr;
+    }
+    const Entry* const entry = entries_[static_cast<std::size_t>(index)];
+    return TakesArguments(entry->ArgumentCount(), argumentCount, tag, report) ? entry : nullptr;
   }
   const std::vector<const Entry*>& Entries() const { return entries_; }
 
@@ -183,9 +193,8 @@ Symbol Lmtrb::GetDebugClassName() const {
 }
 
 bool Lmtrb::BuildLocalizedString(std::ostream& out, const char* tag, bool report) const {
-  const char* const name = OrEmpty(tag);
-  const Entry* const entry = impl_->Find(name, report);
-  if (entry == nullptr || !TakesArguments(entry->ArgumentCount(), 0, name, report)) return false;
+  const Entry* const entry = impl_->Find(OrEmpty(tag), 0, report);
+  if (entry == nullptr) return false;
   const std::string_view text = entry->Text();
   out.write(text.data(), static_cast<std::streamsize>(text.size()));
   return true;
@@ -193,10 +202,26 @@ bool Lmtrb::BuildLocalizedString(std::ostream& out, const char* tag, bool report
 
 bool Lmtrb::BuildLocalizedString(std::ostream& out, const char* tag, bool report,
                                  const std::vector<std::string>& args) const {
-  const char* const name = OrEmpty(tag);
-  const Entry* const entry = impl_->Find(name, report);
-  if (entry == nullptr || !TakesArguments(entry->ArgumentCount(), args.size(), name, report)) return false;
+  const Entry* const entry = impl_->Find(OrEmpty(tag), args.size(), report);
+  if (entry == nullptr) return false;
   WriteMessage(out, entry->Text().data(), entry->Segments(), args);
+  return true;
+}
+
+bool Lmtrb::BuildLocalizedString(std::string& out, const char* tag, bool report) const {
+  const Entry* const entry = impl_->Find(OrEmpty(tag), 0, report);
+  if (entry == nullptr) return false;
+  out = entry->Text();
+  return true;
+}
+
+bool Lmtrb::BuildLocalizedString(std::string& out, const char* tag, bool report,
+                                 const std::vector<std::string>& args) const {
+  const Entry* const entry = impl_->Find(OrEmpty(tag), args.size(), report);
+  if (entry == nullptr) return false;
+  std::string message;  // `out` may be one of the arguments
+  WriteMessage(message, entry->Text().data(), entry->Segments(), args);
+  out = std::move(message);
   return true;
 }
 

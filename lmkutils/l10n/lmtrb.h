@@ -60,8 +60,15 @@ class LMK_API Lmtrb : public CommonAllocated, public RefCounted {
   bool BuildLocalizedString(std::ostream& out, const char* tag, bool report,
                             const std::vector<std::string>& args) const;
 
-  // The same for a text from elsewhere, with the escapes and placeholders of a value in a file; the table is
-  // not asked. The tag serves in the record only. A null text counts as empty. Throws std::bad_alloc.
+  // The same as texts: the message replaces `out`, which is left as it was when the result is false. Throw
+  // std::bad_alloc.
+  bool BuildLocalizedString(std::string& out, const char* tag, bool report) const;
+  bool BuildLocalizedString(std::string& out, const char* tag, bool report,
+                            const std::vector<std::string>& args) const;
+
+  // As the first two for a text from elsewhere, with the escapes and placeholders of a value in a file; the
+  // table is not asked. The tag serves in the record only. A null text counts as empty. Throws
+  // std::bad_alloc.
   bool BuildLocalizedStringFromExternal(std::ostream& out, const char* tag, const char* text, bool report,
                                         const std::vector<std::string>& args) const;
 

@@ -41,6 +41,7 @@ class SmartPtr {
 
   // The new reference is taken first and the old one dropped last: assigning a handle to itself keeps the
   // object, and an old object whose destructor comes back to this handle finds the new one in it.
+  // NOLINTNEXTLINE(bugprone-unhandled-self-assignment): the copy keeps it
   SmartPtr& operator=(const SmartPtr& other) noexcept {
     SmartPtr(other).swap(*this);
     return *this;
