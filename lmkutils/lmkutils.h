@@ -2,6 +2,8 @@
 #ifndef LMKUTILS_LMKUTILS_H
 #define LMKUTILS_LMKUTILS_H
 
+#include "lmkutils/data/dbase.h"
+#include "lmkutils/data/query_fault.h"
 #include "lmkutils/export.h"
 #include "lmkutils/files/byte_order.h"
 #include "lmkutils/files/file_handler.h"
@@ -64,6 +66,7 @@
 #include "lmkutils/text/hash.h"
 #include "lmkutils/text/hash_map.h"
 #include "lmkutils/text/hash_sizing.h"
+#include "lmkutils/text/regex.h"
 #include "lmkutils/text/symbol.h"
 #include "lmkutils/time/clock.h"
 #include "lmkutils/time/interval_alarm.h"
