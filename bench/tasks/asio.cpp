@@ -1,7 +1,6 @@
+#include "bench/tasks/rows.h"
 #include <boost/asio/post.hpp>
 #include <boost/asio/thread_pool.hpp>
-
-#include "bench/tasks/rows.h"
 
 namespace bench {
 namespace {

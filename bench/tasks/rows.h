@@ -78,13 +78,11 @@ void AddTaskRows(const std::string& name) {
       RunAll<Pool>(state, workers, 100'000, WorkForAMicrosecond);
     })->Iterations(kTurns);
     AddWall("one task, from insertion to run, directly after another" + with, name,
-            [=](benchmark::State& state) {
-              RunOne<Pool>(state, workers, std::chrono::microseconds(0));
-            })->Iterations(20'000);
+            [=](benchmark::State& state) { RunOne<Pool>(state, workers, std::chrono::microseconds(0)); })
+        ->Iterations(20'000);
     AddWall("one task, from insertion to run, a millisecond after another" + with, name,
-            [=](benchmark::State& state) {
-              RunOne<Pool>(state, workers, std::chrono::microseconds(1000));
-            })->Iterations(200);
+            [=](benchmark::State& state) { RunOne<Pool>(state, workers, std::chrono::microseconds(1000)); })
+        ->Iterations(200);
   }
 }
 

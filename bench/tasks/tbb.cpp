@@ -1,8 +1,7 @@
+#include "bench/tasks/rows.h"
 #include <tbb/global_control.h>
 #include <tbb/task_arena.h>
 #include <tbb/task_group.h>
-
-#include "bench/tasks/rows.h"
 
 namespace bench {
 namespace {

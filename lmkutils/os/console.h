@@ -11,6 +11,9 @@ enum class StandardStream { kOutput, kError };
 // Linux: nothing. False when the stream still leads nowhere.
 bool EnsureConsole(StandardStream stream) noexcept;
 
+// Whether a person sees what is written to the C run-time's stream.
+bool IsTerminal(StandardStream stream) noexcept;
+
 }  // namespace os
 
 #endif

@@ -18,6 +18,15 @@ class LMK_API CommandLine {
 
   // Makes a console take what the program writes as UTF-8. A program calls it once, before it writes.
   static void UseUtf8Console() noexcept;
+
+  // Whether a person sees what the program writes to that stream, and not a file or another program.
+  enum Stream { STANDARD_OUTPUT, STANDARD_ERROR };
+  [[nodiscard]] static bool IsTerminal(Stream stream) noexcept;
+
+  // From now on the first Ctrl-C does not end the program but is noted, so that it can end in good order; it
+  // asks IsInterrupted, from any thread, as often as it likes. The second one ends the program at once.
+  static void CatchInterrupt() noexcept;
+  [[nodiscard]] static bool IsInterrupted() noexcept;
 };
 
 }  // namespace dp

@@ -52,14 +52,20 @@ Handle Make(std::function<void()> run, std::function<void()> abort = {}) {
 // Keeps the workers of a pool inside of a task each, until it is opened.
 class Gate {
  public:
+  ~Gate() {
+    Open();
+    for (; tasks_ != 0; --tasks_) left_.Wait(0);
+  }
   void Hold(du::TaskPool& pool, unsigned workers) {
     held_ += workers;
     for (unsigned i = 0; i < workers; ++i) {
       pool.InsertTask(Make([this] {
         inside_.Signal();
         open_.Wait(0);
+        left_.Signal();
       }));
     }
+    tasks_ += workers;
     for (unsigned i = 0; i < workers; ++i) inside_.Wait(0);
   }
   void Open() { open_.Signal(std::exchange(held_, 0)); }
@@ -67,7 +73,9 @@ class Gate {
  private:
   dp::Semaphore inside_;
   dp::Semaphore open_;
+  dp::Semaphore left_;
   unsigned held_ = 0;
+  unsigned tasks_ = 0;
 };
 
 // What happened, in its order.

@@ -7,7 +7,7 @@
 
 namespace lmkutil {
 
-enum ExitStatus : int { kDone = 0, kFoundWrong = 1, kWrongUsage = 2 };
+enum ExitStatus : int { kDone = 0, kFoundWrong = 1, kWrongUsage = 2, kInterrupted = 130 };
 
 // Each writes its result to the standard output, or one line to the error stream, and returns the exit
 // status.

@@ -1,6 +1,7 @@
 // lmkutil: shows and checks what the library works with.
 #include <exception>
 
+#include "tools/lmkutil/catalog.h"
 #include "tools/lmkutil/commands.h"
 #include "tools/lmkutil/dump.h"
 #include "tools/lmkutil/memory.h"
@@ -36,6 +37,8 @@ ExitStatus Run(const std::vector<std::string>& arguments) {
       return Extract(options, resources);
     case Command::kMemory:
       return Memory(options, resources);
+    case Command::kCatalog:
+      return Catalog(options, resources);
     case Command::kPrint:
       break;
   }

@@ -44,6 +44,7 @@ class Parser {
     AddCheck();
     AddDump();
     AddMemory();
+    AddCatalog();
   }
 
   // As ParseOptions.
@@ -104,6 +105,12 @@ class Parser {
     memory_->add_option("--svg", options_.svg);
     memory_->callback([this] { options_.command = Command::kMemory; });
   }
+  void AddCatalog() {
+    UseHelpText(*catalog_, resources_, "HELP_CATALOG");
+    catalog_->add_option("DIR", options_.file);
+    catalog_->add_option("-o,--output", options_.out);
+    catalog_->callback([this] { options_.command = Command::kCatalog; });
+  }
 
   // The number behind "--extract", which nothing else goes with.
   bool TakeSectionNumber(std::string& error) {
@@ -136,6 +143,7 @@ class Parser {
   CLI::App* dump_ = app_.add_subcommand("dump");
   std::string section_;  // as given
   CLI::App* memory_ = app_.add_subcommand("memory");
+  CLI::App* catalog_ = app_.add_subcommand("catalog");
 };
 
 }  // namespace

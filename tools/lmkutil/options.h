@@ -9,12 +9,12 @@
 
 namespace lmkutil {
 
-enum class Command { kPrint, kShow, kList, kCheck, kDump, kExtract, kMemory };
+enum class Command { kPrint, kShow, kList, kCheck, kDump, kExtract, kMemory, kCatalog };
 
 struct Options {
   Command command = Command::kPrint;
   std::string text;                // kPrint: what to print, help or version
-  std::string file;                // kShow, kList, kDump, kExtract
+  std::string file;                // kShow, kList, kDump, kExtract; kCatalog: the folder, or empty
   std::string tag;                 // kShow
   std::vector<std::string> args;   // kShow
   std::vector<std::string> files;  // kCheck, kMemory
@@ -22,7 +22,7 @@ struct Options {
   bool strict = false;             // kCheck
   bool hex = false;                // kDump
   unsigned section = 0;            // kExtract: from 1
-  std::string out;                 // kExtract
+  std::string out;                 // kExtract; kCatalog: or empty
   bool dot = false;                // kMemory: the graph instead of tables
   std::string svg;                 // kMemory: the file to draw the graph into, or empty
 };

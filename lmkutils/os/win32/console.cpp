@@ -26,4 +26,11 @@ bool EnsureConsole(StandardStream stream) noexcept {
   return freopen("CONOUT$", "w", standard) != nullptr;
 }
 
+// Not _isatty, which takes any device for a terminal, "nul" among them.
+bool IsTerminal(StandardStream stream) noexcept {
+  const DWORD which = stream == StandardStream::kOutput ? STD_OUTPUT_HANDLE : STD_ERROR_HANDLE;
+  DWORD mode = 0;
+  return GetConsoleMode(GetStdHandle(which), &mode) != FALSE;
+}
+
 }  // namespace os
