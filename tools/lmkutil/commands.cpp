@@ -10,7 +10,9 @@
 #include "tools/lmkutil/string_file.h"
 #include "tools/lmkutil/text_file.h"
 
+#include "lmkutils/l10n/lmtrb.h"
 #include "lmkutils/l10n/localizer_error.h"
+#include "lmkutils/memory/smart_ptr.h"
 #include "lmkutils/text/hash_map.h"
 #include "lmkutils/text/symbol.h"
 #include "lmkutils/trace/lm_tracer.h"

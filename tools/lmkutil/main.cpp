@@ -17,7 +17,7 @@ namespace {
 ExitStatus Run(const std::vector<std::string>& arguments) {
   dp::CommandLine::UseUtf8Console();
   dp::LMTraceController::Instance().Initialize();
-  const Resources resources(ChooseLanguage());
+  const Resources resources;
   Options options;
   std::string error;
   if (!ParseOptions(arguments, resources, options, error)) {

@@ -5,33 +5,24 @@
 #include <string>
 #include <vector>
 
-#include "lmkutils/l10n/lmtrb.h"
-#include "lmkutils/memory/smart_ptr.h"
+#include "lmkutils/l10n/localizer.h"
 
 namespace lmkutil {
 
-// Which texts to show, as the environment says: "LUMORA_LANG", else "LC_ALL", "LC_MESSAGES" or "LANG", else
-// English.
-struct Language {
-  std::string code;             // the name of a folder of the data directory: "de", "pt_BR"
-  bool pseudo = false;          // show pseudo-localised texts
-  bool pseudoFallback = false;  // ... where the language has none
-};
+// The product and the resource that the texts belong to.
+inline constexpr char kProduct[] = "lumora";
+inline constexpr char kResource[] = "lmkutil";
 
-Language ChooseLanguage();
-
+// Any thread may ask.
 class Resources {
  public:
-  // Loads <data directory>/<language>/lmkutil.lmtrb, and the English file for what is missing there. Throws
-  // std::runtime_error when not even that one can be loaded.
-  explicit Resources(const Language& language);
-
-  // The message of a tag; the tag itself with its arguments when there is none.
+  // The message of a tag, as the localizer has it; what the installation lacks in English as well comes from
+  // the tool itself, so that it can say what is wrong with the installation. The tag with its arguments when
+  // there is no such message.
   std::string Text(const char* tag, const std::vector<std::string>& args = {}) const;
 
  private:
-  du::SmartPtr<du::Lmtrb> primary_;  // may be null
-  du::SmartPtr<du::Lmtrb> fallback_;
+  const du::Localizer localizer_{(std::string(kProduct) + ":" + kResource).c_str()};
 };
 
 }  // namespace lmkutil
