@@ -15,7 +15,7 @@ import statistics
 import subprocess
 import sys
 
-AREAS = ("symbol", "trace", "locks", "tasks", "time", "messages", "paths", "lines", "buffers", "binary", "sections", "memory")
+AREAS = ("symbol", "trace", "locks", "tasks", "time", "messages", "paths", "lines", "buffers", "binary", "sections", "queries", "memory")
 OURS, FLOOR = "lmkutils", "floor: "
 # The loader sets room aside for the per-thread data of peers that a program loads later.
 ENVIRONMENT = os.environ | {"GLIBC_TUNABLES": "glibc.rtld.optional_static_tls=16384"}
@@ -54,6 +54,8 @@ GOALS = (
     Goal("binary", r"as an array", "floor", 1 / 1.2),
     Goal("sections", r"", "peers", 1),
     Goal("sections", r"", "floor", 1 / 1.05),
+    Goal("queries", r"", "peers", 1),
+    Goal("queries", r"^held", 24.0, 1),
     Goal("memory", r"^(?!held)(?!handed)(?!.*threads$)", "peers", 1 / 1.05),
     Goal("memory", r"^(?!held)(handed|.*threads$)", "peers", 1 / 1.1),
     Goal("memory", r"^held at the peak", 1.2, 1),

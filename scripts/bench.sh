@@ -1,16 +1,16 @@
 #!/bin/sh
 # Measures the library beside other libraries that do the same work.
 #   scripts/bench.sh [AREA...] [--rows EXPRESSION] [--turns N] [--write]
-# AREA is symbol, trace, locks, tasks, time, messages, paths, lines, buffers, binary, sections or memory; all of them when none is
+# AREA is symbol, trace, locks, tasks, time, messages, paths, lines, buffers, binary, sections, queries or memory; all of them when none is
 # given. --write puts the tables into docs/performance.md too. Peers that this machine does not have and cannot install
 # are left out.
 set -eu
 cd "$(dirname "$0")/.."
 . scripts/ensure-packages.sh
 
-lmk_ensure g++ cmake ninja-build libutfcpp-dev libbenchmark-dev python3
+lmk_ensure g++ cmake ninja-build libutfcpp-dev zlib1g-dev libpcre2-dev libbenchmark-dev python3
 for peer in libspdlog-dev libfmt-dev libboost-dev libboost-filesystem-dev libboost-log-dev libtbb-dev libicu-dev qtbase5-dev \
-    qttools5-dev-tools gettext libmimalloc2.0 libjemalloc2 libtcmalloc-minimal4; do
+    qttools5-dev-tools gettext libsqlite3-dev libmimalloc2.0 libjemalloc2 libtcmalloc-minimal4; do
   lmk_ensure "$peer" || echo "without the peer $peer" >&2
 done
 

@@ -8,7 +8,7 @@ here=$(cd "$(dirname "$0")" && pwd)
 cd "$here/.."
 # shellcheck source=scripts/ensure-packages.sh
 . "$here/ensure-packages.sh"
-lmk_ensure g++ cmake ninja-build libutfcpp-dev libcli11-dev libgtest-dev libgmock-dev || exit 1
+lmk_ensure g++ cmake ninja-build libutfcpp-dev zlib1g-dev libpcre2-dev libcli11-dev libgtest-dev libgmock-dev || exit 1
 
 log=build/logs/demo-build.log
 mkdir -p build/logs

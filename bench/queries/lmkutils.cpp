@@ -1,6 +1,13 @@
+#include <algorithm>
+#include <array>
+#include <cstdint>
+
 #include "bench/queries/rows.h"
 
 #include "lmkutils/data/dbase.h"
+#include "lmkutils/memory/common_allocator.h"
+#include "lmkutils/memory/mem_pool_block_statistics.h"
+#include "lmkutils/text/symbol.h"
 
 namespace bench {
 namespace {
@@ -26,7 +33,12 @@ class Ours {
       text += kOperators[static_cast<int>(operation)];
       text += std::string(isNegated ? "NOT " : "") + "<" + leaf.name + ">";
       if (leaf.test == Test::kPresent) continue;
-      text += std::string(leaf.test == Test::kNotEqual ? " NE <" : " EQ <") + leaf.pattern + ">";
+      text += leaf.test == Test::kNotEqual ? " NE <" : " EQ <";
+      for (const char* c = leaf.pattern; *c != '\0'; ++c) {
+        if (leaf.test == Test::kLiteral && *c == '.') text += '\\';
+        text += *c;
+      }
+      text += '>';
     }
     return text;
   }
@@ -36,7 +48,41 @@ class Ours {
   du::Dbase dbase_;
 };
 
-const bool registered = (AddQueryRows<Ours>(kOurs), AddChangeRows<Ours>(kOurs), true);
+std::uint64_t LargeBytes() {
+  du::MemPoolBlockStatistics statistics;
+  du::CommonAllocatorImpl::GetBlockStatistics(statistics, 0.25F);
+  return statistics.largeBytes;
+}
+
+// What the database takes for an attribute beside the texts, which the caller holds here.
+double HeldForAttribute() {
+  constexpr std::size_t kCount = 100'000;
+  std::vector<std::array<du::Symbol, kAttributes.size()>> texts;
+  for (const Record& record : SomeRecords(kCount)) {
+    std::copy(record.begin(), record.end(), texts.emplace_back().begin());
+  }
+  const std::uint64_t before = LargeBytes();
+  du::Dbase dbase;
+  unsigned attributes = 0;
+  for (unsigned id = 0; id < kCount; ++id) {
+    for (const du::Symbol& text : texts[id]) {
+      dbase.AddAttribute(id, kAttributes[attributes++ % kAttributes.size()], text);
+    }
+  }
+  for (const char* const query : {"<name> EQ <none>", "<size> EQ <none>", "<directory> EQ <none>"}) {
+    for (int i = 0; i < 4; ++i) static_cast<void>(dbase.PerformQuery(query));
+  }
+  return static_cast<double>(LargeBytes() - before) / attributes;
+}
+
+bool Register() {
+  AddQueryRows<Ours>(kOurs);
+  AddChangeRows<Ours>(kOurs);
+  AddFigure("held for an attribute", kOurs, "bytes", HeldForAttribute);
+  return true;
+}
+
+const bool registered = Register();
 
 }  // namespace
 }  // namespace bench

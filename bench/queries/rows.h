@@ -15,7 +15,8 @@
 //   void Add(unsigned id, const Record&), void EndOfLoading()
 //   void Replace(const std::vector<unsigned>& ids, const char* name, const std::string& value)
 //   Prepared Prepare(const Query&), Ids Perform(Prepared&)      the ids ascending, each once
-// Prepare may translate the query into the contender's language, but not compile or perform it.
+// Prepare translates the query into the contender's language; everything else is part of the work, since
+// queries come as texts.
 namespace bench {
 
 // The loaded database; kept to the end of the process.

@@ -64,7 +64,7 @@ std::string AsSql(const Query& query) {
 
 class Sqlite {
  public:
-  using Prepared = Statement;
+  using Prepared = std::string;
 
   Sqlite() {
     Require(sqlite3_open(":memory:", &database_) == SQLITE_OK);
@@ -113,14 +113,14 @@ class Sqlite {
     Run("COMMIT");
   }
 
-  Prepared Prepare(const Query& query) const { return Compile(AsSql(query)); }
+  static Prepared Prepare(const Query& query) { return AsSql(query); }
 
-  static Ids Perform(const Prepared& statement) {
+  Ids Perform(const Prepared& sql) const {
+    const Statement statement = Compile(sql);
     Ids ids;
     while (sqlite3_step(statement.get()) == SQLITE_ROW) {
       ids.push_back(static_cast<unsigned>(sqlite3_column_int64(statement.get(), 0)));
     }
-    sqlite3_reset(statement.get());
     return ids;
   }
 
