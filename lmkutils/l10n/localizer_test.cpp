@@ -2,11 +2,7 @@
 
 #include <atomic>
 #include <cstdio>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <functional>
-#include <memory>
 #include <new>
 #include <sstream>
 #include <stdexcept>
@@ -18,6 +14,7 @@
 
 #include "lmkutils/l10n/localizer_error.h"
 #include "lmkutils/l10n/localizer_impl.h"
+#include "lmkutils/l10n/testing/strings_file.h"
 #include "lmkutils/os/fault/fault.h"
 #include "lmkutils/platform/environment.h"
 #include "lmkutils/platform/lm_info.h"
@@ -46,16 +43,18 @@ class Installation {
     return installation;
   }
   void Put(const std::string& language, const std::string& resource, const std::string& bytes) const {
-    PutInto(folder_, language, resource, bytes);
+    lmktest::PutStringsFile(folder_, language, resource, bytes);
+  }
+  // Resources with numbers behind the name.
+  void PutCopies(const std::string& language, const std::string& resource, int count,
+                 const std::string& bytes) const {
+    Put(language, resource, bytes);
+    for (int i = 0; i < count; ++i) {
+      folder_.Write("share/p/" + language + "/" + resource + std::to_string(i) + ".lmtrb", bytes);
+    }
   }
   std::string Path(const std::string& language, const std::string& resource) const {
     return dp::LmInfo::Instance().GetLmtrbFile(language, "p", resource);
-  }
-  static void PutInto(const lmktest::TempDir& folder, const std::string& language,
-                      const std::string& resource, const std::string& bytes) {
-    const std::string name = "share/p/" + language + "/" + resource + ".lmtrb";
-    std::filesystem::create_directories(std::filesystem::u8path(folder.File(name)).parent_path());
-    folder.Write(name, bytes);
   }
 
  private:
@@ -232,8 +231,9 @@ TEST_F(LocalizerTest, FileThatCannotBeReadIsNamed) {
   const std::string unreadable =
       "Localizer():- Couldn't read strings file resource \"" + installation_.Path("de", "gone") + "\".";
   for (const std::uint64_t call : {1U, 2U}) {  // before the check, and between it and the opening
+    // Twice: the long form of the path is tried too where there is one.
     const os::fault::Arming arming(os::fault::Call::kFileOpen,
-                                   {.first = call, .count = 1, .error = os::kErrorFileNotFound});
+                                   {.first = call, .count = 2, .error = os::kErrorFileNotFound});
     EXPECT_THAT(ErrorsOf("p:gone"), ElementsAre(unreadable));
   }
   {
@@ -364,7 +364,7 @@ TEST_F(LocalizerTest, MemoryShortagePassesAndLeavesNothingBehind) {
 
 TEST_F(LocalizerTest, TenThousandResources) {
   constexpr int kCount = 10000;
-  for (int i = 0; i < kCount; ++i) installation_.Put("de", "r" + std::to_string(i), "A.value=x\n");
+  installation_.PutCopies("de", "r", kCount, "A.value=x\n");
   std::vector<Localizer> localizers;
   for (int i = 0; i < kCount; ++i) localizers.emplace_back(("p:r" + std::to_string(i)).c_str());
   for (const Localizer& localizer : localizers) ASSERT_EQ(localizer.LocalizeMessage("A"), "x");
@@ -383,8 +383,8 @@ const lmktest::ChildRole kTellMessages("tell_messages", TellMessages);
 
 TEST(LocalizerLanguageTest, PseudoModes) {
   const lmktest::TempDir folder("pseudo");
-  Installation::PutInto(folder, "de", "r", "A.value=deutsch\n");
-  Installation::PutInto(folder, "en", "r", "A.value=open\nB.value=more\n");
+  lmktest::PutStringsFile(folder, "de", "r", "A.value=deutsch\n");
+  lmktest::PutStringsFile(folder, "en", "r", "A.value=open\nB.value=more\n");
   const auto tell = [&folder](const char* language) {
     return lmktest::RunSelf("tell_messages", {folder.Path(), "A", "B"}, {{"LUMORA_LANG", language}}).out;
   };
@@ -399,60 +399,6 @@ TEST(LocalizerLanguageTest, PseudoModes) {
   EXPECT_THAT(all, testing::Not(HasSubstr("open")));
   EXPECT_EQ(all.substr(all.find('\n')), half.substr(half.find('\n')));
   EXPECT_EQ(tell("pseudo_ko"), tell("en"));  // the English file is the primary one there, nothing falls back
-}
-
-// A localizer that lives as long as the program, and is used by the last destructors. Only the child uses it.
-class Keeper {
- public:
-  Keeper() {
-    const char* const root = std::getenv("LMK_KEEPER_ROOT");
-    if (root == nullptr) return;
-    dp::LmInfo::SetInstallationRoot(root);
-    if (std::getenv("LMK_KEEPER_EARLY") != nullptr) Make();
-  }
-  ~Keeper() {
-    if (std::getenv("LMK_KEEPER_ROOT") == nullptr) return;
-    std::printf("%s ", localizer_->LocalizeMessage("A", AssembleArgs() << 1).c_str());
-    const Localizer copy(*localizer_);
-    localizer_.reset();
-    std::printf("%s ", copy.LocalizeMessage("B", Localizer::kStaySilent).c_str());
-    const Localizer late("p:r");
-    std::printf("%s ", late.LocalizeMessage("A", AssembleArgs() << 2).c_str());
-    const Localizer other("p:other");
-    std::printf("%s\n", other.LocalizeMessage("A", AssembleArgs() << 3).c_str());
-    std::fflush(stdout);
-  }
-  void Make() { localizer_ = std::make_unique<Localizer>("p:r"); }
-  bool IsMade() const { return localizer_ != nullptr; }
-
- private:
-  std::unique_ptr<Localizer> localizer_;
-};
-Keeper keeper;
-
-const lmktest::ChildRole kKeep("keep_localizer", [](const std::vector<std::string>&) {
-  if (!keeper.IsMade()) keeper.Make();
-  return 0;
-});
-
-TEST(LocalizerLifeTest, StaticObjectsUseItFromTheFirstConstructorToTheLastDestructor) {
-  const lmktest::TempDir folder("life");
-  for (const char* const resource : {"r", "other"}) {
-    Installation::PutInto(folder, "en", resource, "A.value=a{0}\nB.value=b\n");
-  }
-  const auto live = [&folder](lmktest::Environment environment) {
-    environment.insert(environment.end(), {{"LMK_KEEPER_ROOT", folder.Path()}, {"LUMORA_LANG", "en"}});
-    return lmktest::RunSelf("keep_localizer", {}, environment);
-  };
-  const auto early = live({{"LMK_KEEPER_EARLY", "1"}});
-  EXPECT_EQ(early.out, "a1 b a2 a3\n") << early.err;
-  EXPECT_EQ(early.exitCode, 0);
-  EXPECT_THAT(early.err, IsEmpty());
-  // Made in main: the library's own objects are gone when the destructor runs.
-  const auto late = live({});
-  EXPECT_EQ(late.out, std::string("a1 b ") + kError + " " + kError + "\n") << late.err;
-  EXPECT_EQ(late.exitCode, 0);
-  EXPECT_THAT(late.err, IsEmpty());
 }
 
 }  // namespace
