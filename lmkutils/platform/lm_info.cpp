@@ -112,6 +112,10 @@ const char* LmInfo::GetPlatformName() noexcept {
   return os::PlatformName();
 }
 
+const char* LmInfo::GetVersion() noexcept {
+  return LMK_VERSION;
+}
+
 std::vector<std::string> LmInfo::GetSupportedLanguages() {
   return {std::begin(internal::kLanguages), std::end(internal::kLanguages)};
 }

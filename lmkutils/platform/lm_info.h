@@ -52,6 +52,9 @@ class LMK_API LmInfo {
   // System and processor that the library was built for: "windows-x86", "windows-x64", "linux-x64".
   static const char* GetPlatformName() noexcept;
 
+  // The library's own version: "1.0.0".
+  static const char* GetVersion() noexcept;
+
   // The codes of the languages that LUMORA_LANG takes, which are the names of their directories: "de", "en",
   // "fr", "es", "it", "ja", "ko", "zh_CN", "zh_TW", "ru", "pt_BR".
   static std::vector<std::string> GetSupportedLanguages();
@@ -81,6 +84,8 @@ class LMK_API LmInfo {
   // A supported code, or "pseudo" in the letter case in which LUMORA_LANG has it.
   const std::string& GetLanguage() const noexcept { return language_; }
   LanguageSource GetLanguageSource() const noexcept { return languageSource_; }
+  // Whether LUMORA_LANG held something that is no language, and was passed over.
+  bool WasLanguageRefused() const noexcept { return languageRefused_; }
   // The user's locale as the system names it ("de_DE.UTF-8", "de-DE"), whether it was used or not.
   const std::string& GetSystemLocale() const noexcept { return systemLocale_; }
 

@@ -3,6 +3,7 @@
 
 #include "tools/lmkutil/catalog.h"
 #include "tools/lmkutil/commands.h"
+#include "tools/lmkutil/doctor.h"
 #include "tools/lmkutil/dump.h"
 #include "tools/lmkutil/memory.h"
 #include "tools/lmkutil/options.h"
@@ -37,6 +38,8 @@ ExitStatus Run(const std::vector<std::string>& arguments) {
       return Extract(options, resources);
     case Command::kMemory:
       return Memory(options, resources);
+    case Command::kDoctor:
+      return Doctor(resources);
     case Command::kCatalog:
       return Catalog(options, resources);
     case Command::kPrint:

@@ -44,6 +44,7 @@ class Parser {
     AddCheck();
     AddDump();
     AddMemory();
+    AddDoctor();
     AddCatalog();
   }
 
@@ -112,6 +113,11 @@ class Parser {
     catalog_->callback([this] { options_.command = Command::kCatalog; });
   }
 
+  void AddDoctor() {
+    UseHelpText(*doctor_, resources_, "HELP_DOCTOR");
+    doctor_->callback([this] { options_.command = Command::kDoctor; });
+  }
+
   // The number behind "--extract", which nothing else goes with.
   bool TakeSectionNumber(std::string& error) {
     if (options_.command != Command::kExtract) return true;
@@ -143,6 +149,7 @@ class Parser {
   CLI::App* dump_ = app_.add_subcommand("dump");
   std::string section_;  // as given
   CLI::App* memory_ = app_.add_subcommand("memory");
+  CLI::App* doctor_ = app_.add_subcommand("doctor");
   CLI::App* catalog_ = app_.add_subcommand("catalog");
 };
 

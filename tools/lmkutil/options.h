@@ -9,7 +9,7 @@
 
 namespace lmkutil {
 
-enum class Command { kPrint, kShow, kList, kCheck, kDump, kExtract, kMemory, kCatalog };
+enum class Command { kPrint, kShow, kList, kCheck, kDump, kExtract, kMemory, kDoctor, kCatalog };
 
 struct Options {
   Command command = Command::kPrint;

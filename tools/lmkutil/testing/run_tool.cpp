@@ -1,9 +1,10 @@
 #include "tools/lmkutil/testing/run_tool.h"
 
-namespace lmktest {
-namespace {
+#include <utility>
 
-// Beside this program, with the suffix that programs have here.
+namespace lmktest {
+
+// With the suffix that programs have here.
 std::string ToolPath() {
   const std::string self = SelfPath();
   const std::size_t name = self.find_last_of("/\\") + 1;
@@ -11,10 +12,13 @@ std::string ToolPath() {
   return self.substr(0, name) + "lmkutil" + (suffix != self.npos ? self.substr(suffix) : "");
 }
 
-}  // namespace
-
 ChildResult RunTool(const std::vector<std::string>& arguments, Environment environment) {
-  std::vector<std::string> all{ToolPath()};
+  return RunTool(arguments, std::move(environment), ToolPath());
+}
+
+ChildResult RunTool(const std::vector<std::string>& arguments, Environment environment,
+                    const std::string& tool) {
+  std::vector<std::string> all{tool};
   all.insert(all.end(), arguments.begin(), arguments.end());
   for (const char* variable :
        {"LUMORA_TRACE", "LUMORA_PROC_TRACE", "LC_ALL", "LC_MESSAGES", "LANG",

@@ -13,6 +13,12 @@ namespace lmktest {
 // memory modes.
 ChildResult RunTool(const std::vector<std::string>& arguments,
                     Environment environment = {{"LUMORA_LANG", "en"}});
+// The same with another copy of it.
+ChildResult RunTool(const std::vector<std::string>& arguments, Environment environment,
+                    const std::string& tool);
+
+// Where the tool lies: beside the test program.
+std::string ToolPath();
 
 }  // namespace lmktest
 
