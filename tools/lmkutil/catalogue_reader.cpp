@@ -123,6 +123,7 @@ const char* Load(const std::string& path, du::Dbase& records) {
 
 const char* LoadCatalogue(const std::string& path, du::Dbase& records) {
   const char* fault = nullptr;
+  records.RemoveAttributes();
   try {
     fault = Load(path, records);
   } catch (const std::bad_alloc&) {

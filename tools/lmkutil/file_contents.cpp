@@ -5,6 +5,8 @@
 #include "tools/lmkutil/catalogue.h"
 #include <zlib.h>
 
+#include "lmkutils/platform/command_line.h"
+
 namespace lmkutil {
 namespace {
 
@@ -36,7 +38,7 @@ bool FileContents::Read(const std::string& path) {
   do {
     count = file_.Read(block_.data(), kBlock);
     Take({block_.data(), count});
-  } while (count == kBlock);
+  } while (count == kBlock && !dp::CommandLine::IsInterrupted());
   const bool isGood = !file_.IsError();
   file_.Close();
   return isGood;

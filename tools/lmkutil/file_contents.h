@@ -11,7 +11,7 @@
 
 namespace lmkutil {
 
-// Reads files to their ends, one after the other.
+// Reads files to their ends, one after the other; less of them when the program is interrupted.
 class FileContents {
  public:
   FileContents();

@@ -193,8 +193,7 @@ void FolderWalk::Note(const Folder& folder, FileNote& file, FileContents& conten
   du::FileStat stat{};
   ++counts_.filesDone;
   if (du::FileSystem::Stat(path.c_str(), &stat) != 0) {
-    file.state = FileNote::State::kVanished;
-    ++counts_.vanishedFiles;
+    NoteVanished(file);
     return;
   }
   file.path = path;
@@ -205,12 +204,19 @@ void FolderWalk::Note(const Folder& folder, FileNote& file, FileContents& conten
     file.crc32 = Hexadecimal(contents.Crc32(), 8);
     file.kind = contents.Kind();
     counts_.bytes += contents.Size();
+  } else if (!du::FileSystem::FileExists(path.c_str())) {
+    NoteVanished(file);
   } else {
     Tracer()(dp::TraceType::Warning) << "cannot read " << path;
     file.state = FileNote::State::kUnreadable;
     file.size = std::to_string(stat.size);
     ++counts_.unreadableFiles;
   }
+}
+
+void FolderWalk::NoteVanished(FileNote& file) {
+  file.state = FileNote::State::kVanished;
+  ++counts_.vanishedFiles;
 }
 
 void FolderWalk::Sort() {

@@ -80,6 +80,7 @@ class FolderWalk : public dp::ObjectLevelLockable<FolderWalk*> {
   void Wait(Phase phase, const Observer& observer);
   void List(const std::string& path);
   void Note(const Folder& folder, FileNote& file, FileContents& contents);
+  void NoteVanished(FileNote& file);
   void Sort();
 
   const std::string root_;

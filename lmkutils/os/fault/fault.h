@@ -32,6 +32,7 @@ enum class Call : unsigned {
   kFileWrite,
   kHeapAllocate,
   kHeapReallocate,
+  kInterruptAsked,  // "fails" by answering that there was one
   kMutexAcquire,
   kMutexRelease,
   kNativeText,

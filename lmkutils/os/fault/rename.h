@@ -11,6 +11,7 @@
 #define CreatePrivateFile RealCreatePrivateFile
 #define CurrentDirectory RealCurrentDirectory
 #define GetCapabilities RealGetCapabilities
+#define IsInterrupted RealIsInterrupted
 #define LockRange RealLockRange
 #define MakeDirectory RealMakeDirectory
 #define MutexAcquire RealMutexAcquire
