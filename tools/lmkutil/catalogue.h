@@ -33,8 +33,9 @@ enum class Saving { kDone, kFailed, kInterrupted };
 // what it was before otherwise. Gives up when the program is interrupted. Throws std::bad_alloc.
 Saving SaveCatalogue(const std::string& path, const du::Dbase& records);
 
-// Makes the records those of a file. Null; or, when the file cannot be read or is not as it should be, the tag of
-// the text that says so, with the path as its argument, and no records. The bytes of the file may be any.
+// Makes the records those of a file. Null; or, when the file cannot be read or is not as it should be, the
+// tag of the text that says so, with the path as its argument, and no records. The bytes of the file may be
+// any.
 [[nodiscard]] const char* LoadCatalogue(const std::string& path, du::Dbase& records);
 
 }  // namespace lmkutil
