@@ -1,15 +1,10 @@
 #include "tools/lmkutil/testing/run_tool.h"
 
-<<<<<<< HEAD
 #include <utility>
 
 namespace lmktest {
 
 // With the suffix that programs have here.
-=======
-namespace lmktest {
-
->>>>>>> ffb145f (Describe catalogues, fuzz their reader, and test the command catalog)
 std::string ToolPath() {
   const std::string self = SelfPath();
   const std::size_t name = self.find_last_of("/\\") + 1;

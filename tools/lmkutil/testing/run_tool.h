@@ -9,9 +9,6 @@
 
 namespace lmktest {
 
-// The lmkutil that was built with this test program: beside it, with the suffix that programs have here.
-std::string ToolPath();
-
 // Runs the lmkutil that was built with this test program, away from the user's own tracing, language and
 // memory modes.
 ChildResult RunTool(const std::vector<std::string>& arguments,
