@@ -1,11 +1,11 @@
 // FileSystem: characters and names that file systems refuse.
 #include <algorithm>
-#include <array>
 #include <string>
 #include <string_view>
 
 #include "lmkutils/files/file_spec.h"
 #include "lmkutils/files/file_system.h"
+#include "lmkutils/files/internal/device_name.h"
 #include "lmkutils/files/internal/path_scan.h"
 #include "lmkutils/files/internal/path_text.h"
 
@@ -48,39 +48,11 @@ std::string WithoutForbidden(std::string name) {
   return name;
 }
 
-std::string UpperCase(std::string text) {
-  for (char& c : text) {
-    if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
-  }
-  return text;
-}
-
-// "COM" and "LPT" go with a digit, and three of the digits also raised.
-bool IsNumberedDevice(const std::string& name) {
-  constexpr std::array<std::string_view, 3> kRaised = {"\xC2\xB9", "\xC2\xB2", "\xC2\xB3"};
-  if (!name.starts_with("COM") && !name.starts_with("LPT")) return false;
-  const std::string_view number = std::string_view(name).substr(3);
-  return (number.size() == 1 && number[0] >= '0' && number[0] <= '9') ||
-         std::find(kRaised.begin(), kRaised.end(), number) != kRaised.end();
-}
-
-bool IsDevice(const std::string& name) {
-  constexpr std::array<std::string_view, 6> kDevices = {"CON", "PRN", "AUX", "NUL", "CONIN$", "CONOUT$"};
-  return std::find(kDevices.begin(), kDevices.end(), name) != kDevices.end() || IsNumberedDevice(name);
-}
-
-// A device is one whatever follows a '.', and with blanks before that.
-void ChangeDevice(std::string& name) {
-  const std::string stem = name.substr(0, name.find(FileSpec::EXT_SEP_CHAR));
-  const std::size_t length = stem.find_last_not_of(' ') + 1;
-  if (IsDevice(UpperCase(stem.substr(0, length)))) name.insert(length, 1, kReplacement);
-}
-
 std::string WithoutReserved(std::string name) {
   std::replace_if(name.begin(), name.end(), IsControl, kReplacement);
   name = WithoutForbidden(std::move(name));
   if (name.ends_with('.') || name.ends_with(' ')) name.back() = kReplacement;
-  ChangeDevice(name);
+  if (const std::size_t length = internal::DeviceLength(name)) name.insert(length, 1, kReplacement);
   return name;
 }
 

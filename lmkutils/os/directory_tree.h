@@ -37,10 +37,12 @@ SystemError TreeEnter(Tree* tree, const std::string& name) noexcept;
 // Back up; not above the directory that was opened. Fails when the directory was moved elsewhere meanwhile.
 SystemError TreeLeave(Tree* tree) noexcept;
 
-// As the functions of os/file.h and os/directory.h, for entries of the current directory. TreeRemoveFile
+// As the functions of os/file.h and os/directory.h, for entries of the current directory. TreeCreateFile is
+// TreeCreatePrivateFile for a file that is everybody's as the process's defaults allow. TreeRemoveFile
 // removes all but directories; TreeReplace renames over an existing file in one step, and leaves `from` so
 // that it can be removed when that fails.
 SystemError TreeOpenForReading(Tree* tree, const std::string& name, File* file) noexcept;
+SystemError TreeCreateFile(Tree* tree, const std::string& name, File* file) noexcept;
 SystemError TreeCreatePrivateFile(Tree* tree, const std::string& name, File* file) noexcept;
 SystemError TreeMakeDirectory(Tree* tree, const std::string& name) noexcept;
 SystemError TreeRemoveFile(Tree* tree, const std::string& name) noexcept;

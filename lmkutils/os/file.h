@@ -21,6 +21,10 @@ SystemError OpenForAppending(const char* path, File* file) noexcept;
 // kErrorAccessDenied, and nothing is waited for.
 SystemError OpenForReading(const char* path, File* file) noexcept;
 
+// Opens an existing file with contents for reading and writing, from its beginning; others may read it
+// meanwhile.
+SystemError OpenForChanging(const char* path, File* file) noexcept;
+
 // Makes a new, empty file for reading and writing, which only this user can open; where the system has share
 // modes, nobody at all until it is closed. kErrorAlreadyExists or kErrorFileExists for any entry of that
 // name, also for a link that leads nowhere.
@@ -38,6 +42,9 @@ enum class SeekFrom { kStart, kCurrent, kEnd };
 // Moves the position of the next read or write, also beyond the end; *position, which may be null, is the new
 // one, from the start. Fails for what has no positions (pipes).
 SystemError SeekFile(File file, std::int64_t offset, SeekFrom from, std::int64_t* position) noexcept;
+
+// Cuts the file, or extends it by zeros. Where the next read or write would be is not told afterwards.
+SystemError ResizeFile(File file, std::int64_t size) noexcept;
 
 // Has the system bring what was written to the disk.
 SystemError FlushFile(File file) noexcept;

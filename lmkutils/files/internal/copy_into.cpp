@@ -2,24 +2,13 @@
 
 #include <vector>
 
-#include "lmkutils/files/internal/unique_name.h"
+#include "lmkutils/files/internal/temporary_file.h"
 #include "lmkutils/os/file_status.h"
 
 namespace du::internal {
 namespace {
 
 constexpr std::size_t kBlock = 256 * 1024;
-
-// A new file in the directory; *name is what it is called.
-os::SystemError CreateTemporary(os::Tree* directory, os::File* file, std::string* name) {
-  os::SystemError error = os::kSuccess;
-  for (int attempt = 0; attempt < kAttemptsAtUniqueName; ++attempt) {
-    *name = MakeUniqueName("copy-");
-    error = os::TreeCreatePrivateFile(directory, *name, file);
-    if (error != os::kErrorAlreadyExists && error != os::kErrorFileExists) break;
-  }
-  return error;
-}
 
 os::SystemError CopyContents(OpenedFile& source, OpenedFile& target, std::vector<char>& block) {
   for (;;) {
@@ -48,7 +37,9 @@ os::SystemError CopyInto(OpenedFile& source, os::Tree* directory, const std::str
   std::vector<char> block(kBlock);  // here, so that nothing throws once there is a file to be removed
   os::File file = os::File::kNone;
   std::string temporary;
-  if (const os::SystemError error = CreateTemporary(directory, &file, &temporary)) return error;
+  if (const os::SystemError error =
+          CreateTemporary(directory, "copy-", os::TreeCreatePrivateFile, &file, &temporary))
+    return error;
   OpenedFile target(file);
   os::SystemError error = CopyAll(source, status, target, block);
   target.Close();

@@ -12,6 +12,11 @@ bool OpenedFile::OpenForReading(const std::string& path) {
          os::kSuccess;
 }
 
+void OpenedFile::Take(os::File file) noexcept {
+  Close();
+  file_ = file;
+}
+
 os::SystemError OpenedFile::Close() noexcept {
   return IsOpen() ? os::CloseFile(std::exchange(file_, os::File::kNone)) : os::kSuccess;
 }

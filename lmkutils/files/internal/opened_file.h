@@ -19,6 +19,8 @@ class OpenedFile {
 
   // Opens a file with contents (no directory, pipe or device) for reading; false on failure.
   bool OpenForReading(const std::string& path);
+  // Closes the one that is open.
+  void Take(os::File file) noexcept;
   bool IsOpen() const noexcept { return file_ != os::File::kNone; }
   os::File Get() const noexcept { return file_; }
   os::SystemError Close() noexcept;  // 0 when none is open

@@ -8,6 +8,7 @@ SystemError RealTreeEnter(Tree* tree, const std::string& name) noexcept;
 SystemError RealTreeLeave(Tree* tree) noexcept;
 SystemError RealTreeList(Tree* tree, std::vector<DirectoryEntry>* entries) noexcept;
 SystemError RealTreeOpenForReading(Tree* tree, const std::string& name, File* file) noexcept;
+SystemError RealTreeCreateFile(Tree* tree, const std::string& name, File* file) noexcept;
 SystemError RealTreeCreatePrivateFile(Tree* tree, const std::string& name, File* file) noexcept;
 SystemError RealTreeMakeDirectory(Tree* tree, const std::string& name) noexcept;
 SystemError RealTreeRemoveFile(Tree* tree, const std::string& name) noexcept;
@@ -32,6 +33,13 @@ SystemError TreeList(Tree* tree, std::vector<DirectoryEntry>* entries) noexcept 
 SystemError TreeOpenForReading(Tree* tree, const std::string& name, File* file) noexcept {
   const fault::Verdict verdict = fault::Consult(fault::Call::kFileOpen);
   if (!verdict.fail) return RealTreeOpenForReading(tree, name, file);
+  *file = File::kNone;
+  return verdict.error;
+}
+
+SystemError TreeCreateFile(Tree* tree, const std::string& name, File* file) noexcept {
+  const fault::Verdict verdict = fault::Consult(fault::Call::kFileCreate);
+  if (!verdict.fail) return RealTreeCreateFile(tree, name, file);
   *file = File::kNone;
   return verdict.error;
 }

@@ -26,6 +26,7 @@ enum class Call : unsigned {
   kFileRead,
   kFileRemove,
   kFileRename,
+  kFileResize,
   kFileSeek,
   kFileStatus,
   kFileUnlock,

@@ -8,11 +8,13 @@ namespace os {
 
 SystemError RealOpenForAppending(const char* path, File* file) noexcept;
 SystemError RealOpenForReading(const char* path, File* file) noexcept;
+SystemError RealOpenForChanging(const char* path, File* file) noexcept;
 SystemError RealCreatePrivateFile(const char* path, File* file) noexcept;
 SystemError RealRemoveFile(const char* path) noexcept;
 SystemError RealRenameEntry(const char* from, const char* to) noexcept;
 SystemError RealReadOnce(File file, void* data, std::size_t size, std::size_t* count) noexcept;
 SystemError RealSeekFile(File file, std::int64_t offset, SeekFrom from, std::int64_t* position) noexcept;
+SystemError RealResizeFile(File file, std::int64_t size) noexcept;
 SystemError RealWriteOnce(File file, const void* data, std::size_t size, std::size_t* written) noexcept;
 SystemError RealCloseFile(File file) noexcept;
 
@@ -26,6 +28,13 @@ SystemError OpenForAppending(const char* path, File* file) noexcept {
 SystemError OpenForReading(const char* path, File* file) noexcept {
   const fault::Verdict verdict = fault::Consult(fault::Call::kFileOpen);
   if (!verdict.fail) return RealOpenForReading(path, file);
+  *file = File::kNone;
+  return verdict.error;
+}
+
+SystemError OpenForChanging(const char* path, File* file) noexcept {
+  const fault::Verdict verdict = fault::Consult(fault::Call::kFileOpen);
+  if (!verdict.fail) return RealOpenForChanging(path, file);
   *file = File::kNone;
   return verdict.error;
 }
@@ -59,6 +68,11 @@ SystemError ReadOnce(File file, void* data, std::size_t size, std::size_t* count
 SystemError SeekFile(File file, std::int64_t offset, SeekFrom from, std::int64_t* position) noexcept {
   const fault::Verdict verdict = fault::Consult(fault::Call::kFileSeek);
   return verdict.fail ? verdict.error : RealSeekFile(file, offset, from, position);
+}
+
+SystemError ResizeFile(File file, std::int64_t size) noexcept {
+  const fault::Verdict verdict = fault::Consult(fault::Call::kFileResize);
+  return verdict.fail ? verdict.error : RealResizeFile(file, size);
 }
 
 // A failure with error 0 is a short write.

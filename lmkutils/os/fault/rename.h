@@ -20,6 +20,7 @@
 #define NativeText RealNativeText
 #define OpenDescriptor RealOpenDescriptor
 #define OpenForAppending RealOpenForAppending
+#define OpenForChanging RealOpenForChanging
 #define OpenForReading RealOpenForReading
 #define OpenLockFile RealOpenLockFile
 #define OtherThreadsKilled RealOtherThreadsKilled
@@ -29,6 +30,7 @@
 #define RemoveEmptyDirectory RealRemoveEmptyDirectory
 #define RemoveFile RealRemoveFile
 #define RenameEntry RealRenameEntry
+#define ResizeFile RealResizeFile
 #define SeekFile RealSeekFile
 #define SemaphoreSignal RealSemaphoreSignal
 #define SemaphoreWait RealSemaphoreWait
@@ -37,6 +39,7 @@
 #define ShortPath RealShortPath
 #define StreamOfDescriptor RealStreamOfDescriptor
 #define ThreadStart RealThreadStart
+#define TreeCreateFile RealTreeCreateFile
 #define TreeCreatePrivateFile RealTreeCreatePrivateFile
 #define TreeEnter RealTreeEnter
 #define TreeLeave RealTreeLeave

@@ -105,12 +105,21 @@ SystemError ResultOf(int result) noexcept {
   return result == 0 ? kSuccess : LastSystemError();
 }
 
-int OpenBelow(const Tree* tree, const std::string& name, int flags) noexcept {
+constexpr mode_t kForOwner = S_IRUSR | S_IWUSR;
+constexpr mode_t kForEverybody = 0666;  // but whom the umask forbids it
+
+int OpenBelow(const Tree* tree, const std::string& name, int flags, mode_t mode) noexcept {
   int descriptor;
   do {
-    descriptor = openat(tree->directory, name.c_str(), flags | O_CLOEXEC | O_NOCTTY, S_IRUSR | S_IWUSR);
+    descriptor = openat(tree->directory, name.c_str(), flags | O_CLOEXEC | O_NOCTTY, mode);
   } while (descriptor < 0 && errno == EINTR);
   return descriptor;
+}
+
+SystemError CreateBelow(const Tree* tree, const std::string& name, mode_t mode, File* file) noexcept {
+  const int descriptor = OpenBelow(tree, name, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW, mode);
+  *file = static_cast<File>(descriptor);
+  return descriptor >= 0 ? kSuccess : LastSystemError();
 }
 
 // Also where a directory of the same file system is mounted.
@@ -205,13 +214,15 @@ SystemError TreeLeave(Tree* tree) noexcept {
 }
 
 SystemError TreeOpenForReading(Tree* tree, const std::string& name, File* file) noexcept {
-  return posix::KeepRegular(OpenBelow(tree, name, O_RDONLY | O_NONBLOCK), file);
+  return posix::KeepRegular(OpenBelow(tree, name, O_RDONLY | O_NONBLOCK, 0), file);
+}
+
+SystemError TreeCreateFile(Tree* tree, const std::string& name, File* file) noexcept {
+  return CreateBelow(tree, name, kForEverybody, file);
 }
 
 SystemError TreeCreatePrivateFile(Tree* tree, const std::string& name, File* file) noexcept {
-  const int descriptor = OpenBelow(tree, name, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW);
-  *file = static_cast<File>(descriptor);
-  return descriptor >= 0 ? kSuccess : LastSystemError();
+  return CreateBelow(tree, name, kForOwner, file);
 }
 
 SystemError TreeMakeDirectory(Tree* tree, const std::string& name) noexcept {

@@ -79,6 +79,15 @@ SystemError OpenForReading(const char* path, File* file) noexcept {
   }
 }
 
+SystemError OpenForChanging(const char* path, File* file) noexcept {
+  *file = File::kNone;
+  try {
+    return posix::KeepRegular(OpenNative(path, O_RDWR | O_NONBLOCK, 0), file);
+  } catch (const std::exception&) {
+    return kErrorNotEnoughMemory;
+  }
+}
+
 SystemError CreatePrivateFile(const char* path, File* file) noexcept {
   return Open(path, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW, S_IRUSR | S_IWUSR, file);
 }
@@ -111,6 +120,14 @@ SystemError SeekFile(File file, std::int64_t offset, SeekFrom from, std::int64_t
   if (reached < 0) return LastSystemError();
   if (position != nullptr) *position = reached;
   return kSuccess;
+}
+
+SystemError ResizeFile(File file, std::int64_t size) noexcept {
+  int result;
+  do {
+    result = ftruncate(Descriptor(file), size);
+  } while (result != 0 && errno == EINTR);
+  return result == 0 ? kSuccess : LastSystemError();
 }
 
 SystemError FlushFile(File file) noexcept {

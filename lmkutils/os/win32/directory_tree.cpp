@@ -208,6 +208,11 @@ SystemError TreeOpenForReading(Tree* tree, const std::string& name, File* file) 
   });
 }
 
+// Access is inherited from the directory in any case.
+SystemError TreeCreateFile(Tree* tree, const std::string& name, File* file) noexcept {
+  return TreeCreatePrivateFile(tree, name, file);
+}
+
 SystemError TreeCreatePrivateFile(Tree* tree, const std::string& name, File* file) noexcept {
   *file = File::kNone;
   return WithPath(tree, name, [file](const wchar_t* path) {

@@ -65,6 +65,15 @@ SystemError OpenForReading(const char* path, File* file) noexcept {
   return kSuccess;
 }
 
+SystemError OpenForChanging(const char* path, File* file) noexcept {
+  *file = File::kNone;
+  std::wstring wide;
+  if (const SystemError error = win32::Widen(path, wide)) return error;
+  *file = win32::FileOf(CreateFileW(wide.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ, nullptr,
+                                    OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+  return *file != File::kNone ? kSuccess : GetLastError();
+}
+
 SystemError CreatePrivateFile(const char* path, File* file) noexcept {
   *file = File::kNone;
   std::wstring wide;
@@ -101,6 +110,11 @@ SystemError SeekFile(File file, std::int64_t offset, SeekFrom from, std::int64_t
   if (SetFilePointerEx(Handle(file), distance, &reached, method) == 0) return GetLastError();
   if (position != nullptr) *position = reached.QuadPart;
   return kSuccess;
+}
+
+SystemError ResizeFile(File file, std::int64_t size) noexcept {
+  if (const SystemError error = SeekFile(file, size, SeekFrom::kStart, nullptr)) return error;
+  return SetEndOfFile(Handle(file)) != 0 ? kSuccess : GetLastError();
 }
 
 SystemError FlushFile(File file) noexcept {

@@ -1,0 +1,35 @@
+// Names of the members of an archive.
+#ifndef LMKUTILS_FILES_INTERNAL_ZIP_NAME_H
+#define LMKUTILS_FILES_INTERNAL_ZIP_NAME_H
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace du::internal {
+
+inline constexpr std::size_t kLongestMemberName = 0xFFFF;  // the format has 16 bits for it
+
+// Whether a member may be written under this name: UTF-8, relative, parts that are divided by single '/' and
+// are neither "." nor "..", no '\', NUL or drive. A directory's ends in '/'.
+bool IsMemberName(std::string_view name) noexcept;
+
+// The name in UTF-8, with '/' alone between its parts, of what stands in a header and its extra fields.
+// `isUtf8` is the header's flag. Without it a Unicode Path field (APPNOTE.TXT, section 4.6.9) counts if it
+// was made for this very name, else the name is in code page 437; so is one that is flagged and no UTF-8.
+std::string DecodeMemberName(std::string_view name, bool isUtf8, std::string_view extra);
+
+// The parts of a name on the way down from a directory; "." and empty ones are left out, a directory's name
+// has its last part as any other. False when it would lead out of the directory, or means something else than
+// a file on any of the targets: absolute, "..", a drive, NUL or ':', a device, a '.' or blank at the end of a
+// part.
+bool SplitMemberName(std::string_view name, std::vector<std::string>* parts);
+
+// Finds a field among the extra fields of a header; false when it is not there, or they are damaged before.
+bool FindExtraField(std::string_view extra, std::uint16_t id, std::string_view* field) noexcept;
+
+}  // namespace du::internal
+
+#endif
