@@ -84,8 +84,10 @@ bool ZipContents::CheckExtents() {
   extents.reserve(entries_.size());
   for (std::size_t i = 0; i < entries_.size(); ++i) {
     ZipExtent extent;
+    const ZipMember& member = entries_[i].member;
     problems_[i] = ZipInput::JudgeEntry(entries_[i]);
-    if (problems_[i] || entries_[i].member.isDirectory) continue;
+    if (member.isDirectory && member.size != 0) problems_[i] = ZipProblem::kDamaged;
+    if (problems_[i] || member.isDirectory) continue;
     if (!input_.LocateData(entries_[i], &extent)) {
       problems_[i] = ZipProblem::kHeadersDiffer;
     } else {

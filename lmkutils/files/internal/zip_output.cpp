@@ -55,7 +55,8 @@ bool ZipOutput::Open(int append) {
   // minizip stands where it will write: what lies behind is the table of contents.
   if (zip_ != nullptr && append == APPEND_STATUS_ADDINZIP)
     directorySize_ = stream_.OriginalSize() - stream_.Position();
-  return zip_ != nullptr;
+  // It takes an archive that cannot be read for an empty one.
+  return zip_ != nullptr && !stream_.HasFailed();
 }
 
 // Only a regular file is replaced: the name may be a device's.

@@ -41,8 +41,10 @@ int CloseFunction(voidpf /*opaque*/, voidpf /*stream*/) {
   return 0;
 }
 
+// Asked after a short read. That of an end of the file must be told too: minizip has the same number for it
+// and for success, and would take a record that was cut for one of zeros.
 int ErrorFunction(voidpf /*opaque*/, voidpf stream) {
-  return StreamOf(stream).HasFailed() ? 1 : 0;
+  return StreamOf(stream).HasFailed() || StreamOf(stream).WasCut() ? 1 : 0;
 }
 
 }  // namespace
@@ -125,6 +127,7 @@ std::size_t ZipStream::Read(void* target, std::size_t size) noexcept {
     done += part;
     position_ += part;
   }
+  wasCut_ = done < size;
   return done;
 }
 

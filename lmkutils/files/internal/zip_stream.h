@@ -42,6 +42,8 @@ class ZipStream {
   bool Seek(std::int64_t offset, int origin) noexcept;
   std::uint64_t Position() const noexcept { return position_; }
   bool HasFailed() const noexcept { return failed_; }
+  // Whether the last Read came to the end of the file.
+  bool WasCut() const noexcept { return wasCut_; }
   os::SystemError Error() const noexcept { return error_; }
 
   // Writes that come from now on do nothing.
@@ -83,6 +85,7 @@ class ZipStream {
   bool changed_ = false;
   bool discarding_ = false;
   bool failed_ = false;
+  bool wasCut_ = false;
   os::SystemError error_ = os::kSuccess;
 };
 
