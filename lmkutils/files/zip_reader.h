@@ -45,9 +45,10 @@ struct ZipLimits {
 // are stored or deflated and not encrypted. Bytes before the archive, as of a program that extracts itself,
 // are passed over.
 //
-// Names are UTF-8: in the archive they are, when flagged so or with a Unicode Path field, else they are in
-// code page 437; '\' counts as '/'. The table of contents is what counts: where the header before a member's
-// data tells of another name, method, size or CRC-32 the member is not extracted.
+// Names are UTF-8: in the archive they are, when flagged so or with a Unicode Path field, or when they could
+// be and were made on Unix; else they are in code page 437. '\' counts as '/'. The table of contents is what
+// counts: where the header before a member's data tells of another name, method, size or CRC-32 the member is
+// not extracted.
 //
 // All paths are UTF-8. Operations return false after a failure, which is traced under "ZipReader"; nothing
 // throws.

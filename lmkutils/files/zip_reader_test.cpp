@@ -143,11 +143,14 @@ TEST(ZipReaderTest, Encodings) {
       {.name = "4" + name, .plain = "4", .flags = 0, .extra = unicode(1, other)},
       {.name = "5\xFF", .plain = "5"},
       {.name = "6" + name, .plain = "6", .flags = 0, .extra = unicode(Crc("6" + name), "\xFF")},
+      {.name = "8" + utf8, .plain = "8", .flags = 0, .madeBy = 3 << 8 | 20},
+      {.name = "9" + name, .plain = "9", .flags = 0, .madeBy = 3 << 8 | 20},
       {.name = "7" + name, .plain = "7", .flags = 0, .extra = unicode(Crc("7" + name), other).substr(0, 12)}};
   ZipReader reader(dir.Write("archive.zip", MakeZip(parts)));
   std::vector<std::string> names;
   ASSERT_TRUE(reader.ListContents(&names));
-  EXPECT_THAT(names, ElementsAre(utf8, "2-" + utf8, other, "4" + utf8, "5\xC2\xA0", "6" + utf8, "7" + utf8));
+  EXPECT_THAT(names, ElementsAre(utf8, "2-" + utf8, other, "4" + utf8, "5\xC2\xA0", "6" + utf8, "8" + utf8,
+                                 "9" + utf8, "7" + utf8));
   EXPECT_TRUE(reader.Extract("*", dir.File("out")));
   EXPECT_EQ(dir.Read("out/" + other), "3");
 }

@@ -13,12 +13,14 @@ namespace {
 constexpr unsigned long kIsEncrypted = 0x0001;  // bits of a header's flags
 constexpr unsigned long kNameIsUtf8 = 0x0800;
 constexpr unsigned kStored = 0;
+constexpr std::uint64_t kDirectoryHeader = 46;  // without its texts
 
 constexpr std::uint16_t kExtendedTime = 0x5455;  // an extra field: a byte of flags, then times
 constexpr std::uint8_t kHasModified = 1;
 
 // The upper bytes of "version made by" and of the attributes when the member was packed on Unix.
 constexpr unsigned long kMadeOnUnix = 3;
+constexpr unsigned long kMadeOnMac = 19;
 constexpr unsigned long kKindOfFile = 0170000;
 constexpr unsigned long kSymbolicLink = 0120000;
 
@@ -31,6 +33,12 @@ std::int64_t TimeOf(const unz_file_info64& info, std::string_view extra) noexcep
     return static_cast<std::int32_t>(seconds);
   }
   return SecondsOfDosTime(static_cast<std::uint32_t>(info.dosDate));
+}
+
+ZipNameEncoding EncodingOf(const unz_file_info64& info) noexcept {
+  if ((info.flag & kNameIsUtf8) != 0) return ZipNameEncoding::kUtf8;
+  const unsigned long host = info.version >> 8;
+  return host == kMadeOnUnix || host == kMadeOnMac ? ZipNameEncoding::kUnknown : ZipNameEncoding::kOem;
 }
 
 bool IsLink(const unz_file_info64& info) noexcept {
@@ -68,7 +76,7 @@ bool ZipInput::ReadEntry(ZipEntry* entry) {
   const auto name = std::string_view(name_).substr(0, info.size_filename);
   const auto extra = std::string_view(extra_).substr(0, info.size_file_extra);
   ZipMember& member = entry->member;
-  member.name = DecodeMemberName(name, (info.flag & kNameIsUtf8) != 0, extra);
+  member.name = DecodeMemberName(name, EncodingOf(info), extra);
   member.size = info.uncompressed_size;
   member.packedSize = info.compressed_size;
   member.crc = static_cast<std::uint32_t>(info.crc);
@@ -78,11 +86,13 @@ bool ZipInput::ReadEntry(ZipEntry* entry) {
   member.isDirectory = member.name.ends_with('/');
   if (member.name != name) entry->rawName = name;
   entry->isLink = IsLink(info);
+  directorySize_ += kDirectoryHeader + info.size_filename + info.size_file_extra + info.size_file_comment;
   return unzGetFilePos64(zip_, &entry->place) == UNZ_OK;
 }
 
 bool ZipInput::ReadDirectory(std::vector<ZipEntry>* entries) {
   entries->clear();
+  directorySize_ = 0;
   unz_global_info64 global{};
   if (zip_ == nullptr) return true;
   if (unzGetGlobalInfo64(zip_, &global) != UNZ_OK) return false;

@@ -47,6 +47,9 @@ class ZipInput {
   // is damaged, or ends before.
   bool ReadDirectory(std::vector<ZipEntry>* entries);
 
+  // The bytes that the table of contents takes by its members, after ReadDirectory.
+  std::uint64_t DirectorySize() const noexcept { return directorySize_; }
+
   // Why the member is not one to be read, judged by the table of contents alone.
   static std::optional<ZipProblem> JudgeEntry(const ZipEntry& entry) noexcept;
   // Where the member's data are. False when the header before them tells of another member than the table of
@@ -69,6 +72,7 @@ class ZipInput {
   unzFile zip_ = nullptr;
   std::string name_;  // buffers, for the longest that there can be
   std::string extra_;
+  std::uint64_t directorySize_ = 0;
   std::uint64_t expected_ = 0;  // of the open member
   std::uint64_t taken_ = 0;
 };

@@ -98,13 +98,13 @@ bool IsMemberName(std::string_view name) noexcept {
                      [](std::string_view part) { return !part.empty() && part != "." && part != ".."; });
 }
 
-std::string DecodeMemberName(std::string_view name, bool isUtf8, std::string_view extra) {
+std::string DecodeMemberName(std::string_view name, ZipNameEncoding encoding, std::string_view extra) {
   std::string text;
   std::string_view unicode;
-  if (IsAscii(name) || (isUtf8 && CheckUtf8(name))) {
-    text = name;
-  } else if (!isUtf8 && FindUnicodePath(name, extra, &unicode)) {
+  if (encoding != ZipNameEncoding::kUtf8 && !IsAscii(name) && FindUnicodePath(name, extra, &unicode)) {
     text = unicode;
+  } else if (IsAscii(name) || (encoding != ZipNameEncoding::kOem && CheckUtf8(name))) {
+    text = name;
   } else {
     text = FromCodePage437(name);
   }
@@ -121,7 +121,7 @@ bool SplitMemberName(std::string_view name, std::vector<std::string>* parts) {
                        parts->emplace_back(part);
                        return IsSafePart(parts->back());
                      }) &&
-         !parts->empty();
+         (!parts->empty() || name.ends_with(kDivider));
 }
 
 }  // namespace du::internal

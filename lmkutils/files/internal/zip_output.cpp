@@ -1,5 +1,8 @@
 #include "lmkutils/files/internal/zip_output.h"
 
+#include <algorithm>
+#include <iterator>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -52,11 +55,22 @@ bool ZipOutput::Open(int append) {
   if (os::QueryFileStatus(stream_.GetFile(), &status) == os::kSuccess) identity_ = status.identity;
   zlib_filefunc64_def functions = stream_.Functions();
   zip_ = zipOpen2_64(&stream_, append, nullptr, &functions);
-  // minizip stands where it will write: what lies behind is the table of contents.
-  if (zip_ != nullptr && append == APPEND_STATUS_ADDINZIP)
-    directorySize_ = stream_.OriginalSize() - stream_.Position();
   // It takes an archive that cannot be read for an empty one.
-  return zip_ != nullptr && !stream_.HasFailed();
+  return zip_ != nullptr && !stream_.HasFailed() && (append != APPEND_STATUS_ADDINZIP || HasDirectoryHere());
+}
+
+// minizip stands where the table of contents begins, and it will write. If the end record follows elsewhere,
+// it counts other members than there are, and would count those wrong that are added.
+bool ZipOutput::HasDirectoryHere() noexcept {
+  constexpr std::string_view kEnds[] = {"PK\5\6", "PK\6\6"};
+  const auto start = static_cast<std::int64_t>(stream_.Position());
+  const auto size = static_cast<std::int64_t>(directorySize_);
+  char after[4] = {};
+  return stream_.Seek(start + size, ZLIB_FILEFUNC_SEEK_SET) &&
+         stream_.Read(after, sizeof after) == sizeof after &&
+         std::find(std::begin(kEnds), std::end(kEnds), std::string_view(after, sizeof after)) !=
+             std::end(kEnds) &&
+         stream_.Seek(start, ZLIB_FILEFUNC_SEEK_SET);
 }
 
 // Only a regular file is replaced: the name may be a device's.
@@ -96,6 +110,7 @@ bool ZipOutput::OpenOld(bool keepsMembers) {
     }
     for (ZipEntry& entry : entries) names_.insert(os::FoldName(std::move(entry.member.name)));
     members_ = entries.size();
+    directorySize_ = input.DirectorySize();
   }
   return stream_.OpenForChanging(path_);
 }

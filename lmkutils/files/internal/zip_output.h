@@ -66,6 +66,7 @@ class ZipOutput {
  private:
   bool OpenNew();
   bool OpenOld(bool keepsMembers);
+  bool HasDirectoryHere() noexcept;
   bool Complete();
 
   const std::string path_;
@@ -80,7 +81,7 @@ class ZipOutput {
   std::uint32_t oldMode_ = 0;
   std::unordered_set<std::string> names_;  // as the system compares them
   std::uint64_t members_ = 0;
-  std::uint64_t directorySize_ = 0;  // of the table of contents, about
+  std::uint64_t directorySize_ = 0;  // of the table of contents
   std::uint64_t successes_ = 0;
   std::uint64_t failures_ = 0;
   bool stopped_ = false;
