@@ -1,5 +1,5 @@
 // The query language: form, meaning, errors.
-#include <algorithm>
+#include <functional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -10,6 +10,7 @@
 #include "lmkutils/data/dbase.h"
 #include "lmkutils/data/internal/query_evaluator.h"
 #include "lmkutils/data/query_fault.h"
+#include "lmkutils/testing/threads.h"
 #include "lmkutils/testing/trace_recorder.h"
 
 namespace {
@@ -244,6 +245,56 @@ TEST(QueryForm, EveryEntryGetsTheVerdictOfItsValue) {
     EXPECT_EQ(even, dbase.PerformQuery("<n> EQ <\\d*[02468]>")) << different;
     EXPECT_EQ(even, dbase.PerformQuery("NOT <n> NE <\\d*[02468]>")) << different;
   }
+}
+
+// Literals that are asked for again and again are looked up in an index, which must follow every change.
+TEST(QueryForm, RepeatedLiteralsFollowChanges) {
+  Dbase dbase;
+  for (unsigned id = 0; id < 5'000; ++id) {
+    dbase.AddAttribute(id, "n", id % 100 == 0 ? "" : std::to_string(id % 1'000).c_str());
+  }
+  const auto expectAll = [&] {
+    for (int i = 0; i < 8; ++i) {
+      for (const std::string value : {"", "7", "17", "0", "none of them"}) {
+        const auto expected = dbase.PerformQuery("<n> EQ <(" + value + ")>");  // no literal
+        ASSERT_EQ(expected, dbase.PerformQuery("<n> EQ <" + value + ">")) << value;
+        ASSERT_EQ(dbase.PerformQuery("NOT <n> NE <" + value + ">"),
+                  dbase.PerformQuery("<n> EQ <" + value + ">"));
+      }
+    }
+    ASSERT_TRUE(dbase.IsInSaneState());
+  };
+  expectAll();
+  EXPECT_EQ(50U, dbase.PerformQuery("<n> EQ <>").size());
+  const std::vector<std::function<void()>> changes{
+      [&] { dbase.ReplaceAttribute(4'000, "n", "7"); },
+      [&] {
+        dbase.ReplaceAttribute(Dbase::IdList{17, 1'017, 9'000}, "n", "7");
+      },
+      [&] { dbase.AddAttribute(3, "n", "17"); },
+      [&] { dbase.AddAttribute(6'000, "n", "0"); },
+      [&] { dbase.RemoveAttributes(1'007); },
+      [&] {
+        dbase.RemoveAttributes(Dbase::IdList{7, 2'007}, "n");
+      },
+      [&] { dbase.ShrinkToFit(); },
+      [&] { dbase.RemoveAttributes("n"); },
+  };
+  for (const auto& change : changes) {
+    change();
+    expectAll();
+  }
+}
+
+TEST(QueryForm, ManyThreadsAskForLiterals) {
+  Dbase dbase;
+  for (unsigned id = 0; id < 5'000; ++id) dbase.AddAttribute(id, "n", std::to_string(id / 2).c_str());
+  lmktest::OnThreads(4, [&](int) {
+    for (unsigned i = 0; i < 50; ++i) {
+      ASSERT_THAT(dbase.PerformQuery("<n> EQ <" + std::to_string(i) + ">"), ElementsAre(2 * i, 2 * i + 1));
+    }
+  });
+  EXPECT_TRUE(dbase.IsInSaneState());
 }
 
 TEST(QueryForm, UnknownNodesAreProgrammingErrors) {

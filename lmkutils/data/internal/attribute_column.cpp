@@ -12,6 +12,10 @@ constexpr std::size_t kLongestSearchedTail = 1024;
 
 constexpr std::size_t kFirstRoom = 4;
 
+// A shorter column is looked through before an index would have been asked.
+constexpr std::size_t kShortestIndexed = 1024;
+constexpr unsigned kLookUpsBeforeIndex = 4;
+
 template <class Vector>
 void MakeRoom(Vector& vector, std::size_t count) {
   if (vector.capacity() - vector.size() >= count) return;
@@ -25,6 +29,21 @@ auto At(Vector& vector, std::size_t position) {
 
 }  // namespace
 
+bool AttributeColumn::DeservesIndex() const noexcept {
+  return Size() >= kShortestIndexed &&
+         lookUps_.fetch_add(1, std::memory_order_relaxed) >= kLookUpsBeforeIndex;
+}
+
+void AttributeColumn::MakeIndex() const {
+  if (Index() == nullptr) index_.store(new ValueIndex(values_), std::memory_order_release);
+}
+
+void AttributeColumn::DropIndex() noexcept {
+  if (Index() == nullptr) return;
+  delete index_.exchange(nullptr, std::memory_order_relaxed);
+  lookUps_.store(0, std::memory_order_relaxed);
+}
+
 // By halves, so that not more than 18 bytes are held for an entry of 12.
 void AttributeColumn::ReserveMore(std::size_t count) {
   MakeRoom(ids_, count);
@@ -32,6 +51,7 @@ void AttributeColumn::ReserveMore(std::size_t count) {
 }
 
 void AttributeColumn::Append(unsigned id, const Symbol& value) noexcept {
+  DropIndex();
   const bool keepsOrder = IsSorted() && (ids_.empty() || ids_.back() <= id);
   ids_.push_back(id);
   values_.push_back(value);
@@ -41,6 +61,7 @@ void AttributeColumn::Append(unsigned id, const Symbol& value) noexcept {
 void AttributeColumn::Replace(unsigned id, const Symbol& value) {
   if (ids_.size() - sorted_ > kLongestSearchedTail) Sort();
   ReserveMore(1);
+  DropIndex();
   bool isReplaced = false;
   const Range found = Find(id);
   if (found.Size() != 0) {
@@ -62,6 +83,7 @@ void AttributeColumn::Replace(unsigned id, const Symbol& value) {
 }
 
 void AttributeColumn::ReplaceAll(const IdList& ids, const Symbol& value) noexcept {
+  DropIndex();
   std::size_t to = 0;
   auto next = ids.begin();
   for (std::size_t i = 0; i < ids_.size(); ++i) {
@@ -89,6 +111,7 @@ void AttributeColumn::Sort() {
 }
 
 void AttributeColumn::MergeTail(std::vector<std::size_t>& order) {
+  DropIndex();
   std::vector<unsigned, CommonAllocator<unsigned>> tailIds;
   std::vector<Symbol, CommonAllocator<Symbol>> tailValues;
   tailIds.reserve(order.size());
@@ -125,6 +148,7 @@ void AttributeColumn::Remove(unsigned id) noexcept {
 }
 
 void AttributeColumn::RemoveAll(const IdList& ids) noexcept {
+  DropIndex();
   std::size_t kept = 0;
   auto next = ids.begin();
   for (std::size_t i = 0; i < ids_.size(); ++i) {
@@ -143,6 +167,7 @@ void AttributeColumn::Move(std::size_t from, std::size_t to) noexcept {
 
 void AttributeColumn::Erase(Range range) noexcept {
   if (range.Size() == 0) return;
+  DropIndex();
   ids_.erase(At(ids_, range.first), At(ids_, range.last));
   values_.erase(At(values_, range.first), At(values_, range.last));
   if (range.first < sorted_) sorted_ -= range.Size();
@@ -153,9 +178,10 @@ void AttributeColumn::ShrinkToFit() {
   values_.shrink_to_fit();
 }
 
-bool AttributeColumn::IsConsistent() const noexcept {
+bool AttributeColumn::IsConsistent() const {
   return ids_.size() == values_.size() && sorted_ <= ids_.size() &&
-         std::is_sorted(ids_.begin(), At(ids_, sorted_));
+         std::is_sorted(ids_.begin(), At(ids_, sorted_)) &&
+         (Index() == nullptr || Index()->IsConsistent(values_));
 }
 
 }  // namespace du::internal

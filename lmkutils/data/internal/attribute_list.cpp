@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <new>
 
 #include "lmkutils/text/internal/lasting_symbol.h"
 
@@ -96,6 +97,16 @@ const AttributeColumn* AttributeList::Find(const Symbol& name) const {
   Sort();
   const auto found = columns_.find(name);
   return found == columns_.end() ? nullptr : &found->second;
+}
+
+const ValueIndex* AttributeList::IndexOf(const AttributeColumn& column) const noexcept {
+  if (column.Index() != nullptr || !column.DeservesIndex()) return column.Index();
+  const Guard guard(*this);
+  try {
+    column.MakeIndex();
+  } catch (const std::bad_alloc&) {  // it works without
+  }
+  return column.Index();
 }
 
 IdList AttributeList::AllIds() const {

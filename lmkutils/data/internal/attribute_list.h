@@ -46,6 +46,8 @@ class AttributeList : public CommonAllocated, private dp::ObjectLevelLockable<At
   // The sorted column of a name, null when there is none. A name with a NUL has none.
   const AttributeColumn* Find(const std::string& name) const;
   const AttributeColumn* Find(const Symbol& name) const;
+  // Where the values of one of the columns stand; null when it is as well to look through them all.
+  const ValueIndex* IndexOf(const AttributeColumn& column) const noexcept;
   // All records. Throws std::bad_alloc.
   IdList AllIds() const;
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cassert>
+#include <cstdint>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -120,18 +121,41 @@ class Evaluator {
 
   IdList Compare(const QueryNode& leaf, bool wanted) const {
     ValueMatcher matcher(leaf.pattern);
-    IdList result;
     const AttributeColumn* const column = attributes_.Find(std::string(leaf.name));
-    if (column == nullptr) return result;
-    std::array<unsigned, ValueMatcher::kMostAtOnce> selected;
-    for (std::size_t i = 0; i < column->Size(); i += selected.size()) {
-      const std::size_t count = std::min(selected.size(), column->Size() - i);
-      const std::size_t found = matcher.Select(column->Ids().subspan(i, count),
-                                               column->Values().subspan(i, count), wanted, selected.data());
-      result.insert(result.end(), selected.data(), selected.data() + found);
+    if (column == nullptr) return {};
+    if (matcher.IsUnheardOf()) return wanted ? IdList() : Distinct(column->Ids());
+    if (wanted && matcher.IsLiteral()) {
+      if (const ValueIndex* const index = attributes_.IndexOf(*column)) {
+        return LookUp(*index, *column, matcher.Literal());
+      }
     }
-    result.erase(std::unique(result.begin(), result.end()), result.end());
-    return result;
+    return LookThrough(*column, matcher, wanted);
+  }
+
+  static IdList LookUp(const ValueIndex& index, const AttributeColumn& column, const char* text) {
+    IdList ids;
+    for (const std::uint32_t position : index.Candidates(text)) {
+      if (column.Values()[position].c_str() == text) ids.push_back(column.Ids()[position]);
+    }
+    return WithoutRepetitions(std::move(ids));
+  }
+
+  static IdList LookThrough(const AttributeColumn& column, ValueMatcher& matcher, bool wanted) {
+    IdList ids;
+    std::array<unsigned, ValueMatcher::kMostAtOnce> selected;
+    for (std::size_t i = 0; i < column.Size(); i += selected.size()) {
+      const std::size_t count = std::min(selected.size(), column.Size() - i);
+      const std::size_t found = matcher.Select(column.Ids().subspan(i, count),
+                                               column.Values().subspan(i, count), wanted, selected.data());
+      ids.insert(ids.end(), selected.data(), selected.data() + found);
+    }
+    return WithoutRepetitions(std::move(ids));
+  }
+
+  // A record may have several values that match.
+  static IdList WithoutRepetitions(IdList ids) {
+    ids.erase(std::unique(ids.begin(), ids.end()), ids.end());
+    return ids;
   }
 
   const AttributeList& attributes_;

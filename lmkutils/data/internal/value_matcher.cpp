@@ -1,18 +1,12 @@
 #include "lmkutils/data/internal/value_matcher.h"
 
-#include <bit>
-#include <stdexcept>
-
+#include "lmkutils/data/internal/pointer_hash.h"
 #include "lmkutils/text/encoding.h"
 
 namespace du::internal {
 namespace {
 
-constexpr unsigned kPointerBits = sizeof(std::uintptr_t) * 8;
-constexpr unsigned kFirstSlotsLog2 = 8;
-// Fibonacci hashing (D. E. Knuth, The Art of Computer Programming, volume 3, section 6.4).
-constexpr std::uintptr_t kGoldenRatio =
-    sizeof(std::uintptr_t) == 8 ? static_cast<std::uintptr_t>(0x9E3779B97F4A7C15U) : 0x9E3779B9U;
+constexpr unsigned kFirstBits = 8;
 
 // When so many values were seen, at least one in 16 must have come back.
 constexpr std::size_t kSample = 512;
@@ -52,8 +46,7 @@ std::optional<std::string> LiteralOf(std::string_view pattern) {
   return literal;
 }
 
-VerdictMemo::VerdictMemo()
-    : slots_(std::size_t{1} << kFirstSlotsLog2), shift_(kPointerBits - kFirstSlotsLog2) {}
+VerdictMemo::VerdictMemo() : slots_(std::size_t{1} << kFirstBits), bits_(kFirstBits) {}
 
 VerdictMemo::Verdict VerdictMemo::Find(const char* text) const noexcept {
   const std::uintptr_t key = KeyOf(text);
@@ -69,7 +62,7 @@ void VerdictMemo::Add(const char* text, bool matches) {
 
 // The slot with the key, or the free one where it belongs.
 std::size_t VerdictMemo::SlotOf(std::uintptr_t key) const noexcept {
-  std::size_t slot = (key * kGoldenRatio) >> shift_;
+  std::size_t slot = HashPointer(key, bits_);
   while (slots_[slot] != 0 && (slots_[slot] & ~std::uintptr_t{1}) != key)
     slot = (slot + 1) & (slots_.size() - 1);
   return slot;
@@ -78,7 +71,7 @@ std::size_t VerdictMemo::SlotOf(std::uintptr_t key) const noexcept {
 void VerdictMemo::Grow() {
   std::vector<std::uintptr_t> before(slots_.size() * 2);
   before.swap(slots_);
-  --shift_;
+  ++bits_;
   for (const std::uintptr_t slot : before) {
     if (slot != 0) slots_[SlotOf(slot & ~std::uintptr_t{1})] = slot;
   }
@@ -88,7 +81,7 @@ ValueMatcher::ValueMatcher(std::string_view pattern) {
   if (const std::optional<std::string> literal = LiteralOf(pattern)) {
     isLiteral_ = true;
     literal_ = FindText(*literal);
-    isKnown_ = literal_ != nullptr || literal->empty();
+    isUnheardOf_ = literal_ == nullptr && !literal->empty();
     return;
   }
   regex_.emplace(pattern);
@@ -102,7 +95,7 @@ std::size_t ValueMatcher::Select(std::span<const unsigned> ids, std::span<const 
   if (isLiteral_) {
     for (std::size_t i = 0; i < ids.size(); ++i) {
       selected[count] = ids[i];
-      count += ((values[i].c_str() == literal_) & isKnown_) == wanted;
+      count += (values[i].c_str() == literal_) == wanted;
     }
     return count;
   }

@@ -39,7 +39,7 @@ class VerdictMemo {
   void Grow();
 
   std::vector<std::uintptr_t> slots_;  // the pointer with the verdict in its lowest bit; 0 when free
-  unsigned shift_;
+  unsigned bits_;                      // 2 to their power is the number of slots
   std::size_t used_ = 0;
 };
 
@@ -49,8 +49,14 @@ class ValueMatcher {
  public:
   explicit ValueMatcher(std::string_view pattern);
 
-  // Writes those of the ids, at most kMostAtOnce, whose value matches, or does not match when `wanted` is
-  // false; returns how many. Throws as Regex::Matches does.
+  // Whether one text at most matches, which then has this pointer (a number to compare).
+  bool IsLiteral() const noexcept { return isLiteral_; }
+  const char* Literal() const noexcept { return literal_; }
+  // Whether that text is no symbol's, so that no value can match.
+  bool IsUnheardOf() const noexcept { return isUnheardOf_; }
+
+  // Must not be called when no value can match. Writes those of the ids, at most kMostAtOnce, whose value
+  // matches, or does not match when `wanted` is false; returns how many. Throws as Regex::Matches does.
   std::size_t Select(std::span<const unsigned> ids, std::span<const Symbol> values, bool wanted,
                      unsigned* selected);
   static constexpr std::size_t kMostAtOnce = 512;
@@ -59,8 +65,8 @@ class ValueMatcher {
   bool Matches(const Symbol& value);
 
   bool isLiteral_ = false;
-  const char* literal_ = nullptr;  // a number to compare; the empty text is null
-  bool isKnown_ = false;           // the literal is a text of the symbol table, or empty
+  const char* literal_ = nullptr;  // a number to compare; null is the empty text
+  bool isUnheardOf_ = false;
   std::optional<Regex> regex_;
   std::optional<Regex::Matcher> matcher_;
   // Given up when the first values show that hardly one comes back.

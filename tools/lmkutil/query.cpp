@@ -1,0 +1,79 @@
+#include "tools/lmkutil/query.h"
+
+#include <cstdio>
+#include <stdexcept>
+
+#include "tools/lmkutil/catalogue.h"
+#include "tools/lmkutil/query_explanation.h"
+#include "tools/lmkutil/record_view.h"
+#include "tools/lmkutil/text_file.h"
+
+#include "lmkutils/data/dbase.h"
+#include "lmkutils/data/query_fault.h"
+#include "lmkutils/trace/lm_tracer.h"
+
+namespace lmkutil {
+namespace {
+
+using du::Dbase;
+
+// kDone, or what is wrong was written to the error stream.
+ExitStatus Find(const std::string& catalogue, const std::string& query, const Resources& resources,
+                Dbase& records, Dbase::IdList& found) {
+  static const dp::LMTracer tracer("lmkutil", "query");
+  if (const auto fault = du::FindQueryFault(query)) {
+    PrintError(ExplainQueryFault(query, *fault, resources));
+    return kWrongUsage;
+  }
+  if (const char* const failure = LoadCatalogue(catalogue, records)) {
+    PrintError(resources.Text(failure, {catalogue}));
+    return kFoundWrong;
+  }
+  try {
+    found = records.PerformQuery(query);
+  } catch (const std::runtime_error& error) {
+    tracer(dp::TraceType::Error) << error.what();
+    PrintError(resources.Text("QUERY_FAILED", {error.what()}));
+    return kFoundWrong;
+  }
+  tracer(dp::TraceType::Info) << "found " << found.size() << " records in " << catalogue;
+  return kDone;
+}
+
+RecordForm FormOf(const Options& options) {
+  if (options.json) return RecordForm::kJson;
+  return options.csv ? RecordForm::kCsv : RecordForm::kTable;
+}
+
+}  // namespace
+
+ExitStatus Query(const Options& options, const Resources& resources) {
+  Dbase records;
+  Dbase::IdList found;
+  const ExitStatus status = Find(options.file, options.query, resources, records, found);
+  if (status != kDone) return status;
+  const RecordView view(records, found);
+  const auto put = [](const std::string& text) { return Write(stdout, text); };
+  bool isWritten = view.Write(FormOf(options), put);
+  if (isWritten && FormOf(options) == RecordForm::kTable) {
+    isWritten = put(resources.Text("QUERY_SUMMARY", {std::to_string(found.size())}) + "\n");
+  }
+  if (isWritten) return kDone;
+  PrintError(resources.Text("OUTPUT_FAILED"));
+  return kFoundWrong;
+}
+
+ExitStatus FindPaths(const std::string& catalogue, const std::string& query, const Resources& resources,
+                     std::vector<std::string>& paths) {
+  Dbase records;
+  Dbase::IdList found;
+  const ExitStatus status = Find(catalogue, query, resources, records, found);
+  if (status != kDone) return status;
+  paths.reserve(found.size());
+  for (const unsigned id : found) {
+    for (const auto& [name, value] : records.GetAttributes(id, attribute::kPath)) paths.emplace_back(value);
+  }
+  return kDone;
+}
+
+}  // namespace lmkutil
