@@ -258,8 +258,8 @@ TEST(QueryForm, RepeatedLiteralsFollowChanges) {
       for (const std::string value : {"", "7", "17", "0", "none of them"}) {
         const auto expected = dbase.PerformQuery("<n> EQ <(" + value + ")>");  // no literal
         ASSERT_EQ(expected, dbase.PerformQuery("<n> EQ <" + value + ">")) << value;
-        ASSERT_EQ(dbase.PerformQuery("NOT <n> NE <" + value + ">"),
-                  dbase.PerformQuery("<n> EQ <" + value + ">"));
+        ASSERT_EQ(dbase.PerformQuery("<n> NE <(" + value + ")>"),
+                  dbase.PerformQuery("<n> NE <" + value + ">"));
       }
     }
     ASSERT_TRUE(dbase.IsInSaneState());

@@ -7,6 +7,7 @@
 #include "tools/lmkutil/dump.h"
 #include "tools/lmkutil/memory.h"
 #include "tools/lmkutil/options.h"
+#include "tools/lmkutil/query.h"
 #include "tools/lmkutil/resources.h"
 
 #include "lmkutils/platform/command_line.h"
@@ -42,6 +43,8 @@ ExitStatus Run(const std::vector<std::string>& arguments) {
       return Doctor(resources);
     case Command::kCatalog:
       return Catalog(options, resources);
+    case Command::kQuery:
+      return Query(options, resources);
     case Command::kPrint:
       break;
   }

@@ -46,6 +46,7 @@ class Parser {
     AddMemory();
     AddDoctor();
     AddCatalog();
+    AddQuery();
   }
 
   // As ParseOptions.
@@ -112,6 +113,14 @@ class Parser {
     catalog_->add_option("-o,--output", options_.out);
     catalog_->callback([this] { options_.command = Command::kCatalog; });
   }
+  void AddQuery() {
+    UseHelpText(*query_, resources_, "HELP_QUERY");
+    query_->add_option("FILE", options_.file)->required();
+    query_->add_option("QUERY", options_.query)->required();
+    CLI::Option* const json = query_->add_flag("--json", options_.json);
+    query_->add_flag("--csv", options_.csv)->excludes(json);
+    query_->callback([this] { options_.command = Command::kQuery; });
+  }
 
   void AddDoctor() {
     UseHelpText(*doctor_, resources_, "HELP_DOCTOR");
@@ -151,6 +160,7 @@ class Parser {
   CLI::App* memory_ = app_.add_subcommand("memory");
   CLI::App* doctor_ = app_.add_subcommand("doctor");
   CLI::App* catalog_ = app_.add_subcommand("catalog");
+  CLI::App* query_ = app_.add_subcommand("query");
 };
 
 }  // namespace

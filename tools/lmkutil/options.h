@@ -9,16 +9,18 @@
 
 namespace lmkutil {
 
-enum class Command { kPrint, kShow, kList, kCheck, kDump, kExtract, kMemory, kDoctor, kCatalog };
+enum class Command { kPrint, kShow, kList, kCheck, kDump, kExtract, kMemory, kDoctor, kCatalog, kQuery };
 
 struct Options {
   Command command = Command::kPrint;
   std::string text;                // kPrint: what to print, help or version
-  std::string file;                // kShow, kList, kDump, kExtract; kCatalog: the folder, or empty
+  std::string file;                // kShow, kList, kDump, kExtract, kQuery; kCatalog: the folder, or empty
   std::string tag;                 // kShow
   std::vector<std::string> args;   // kShow
   std::vector<std::string> files;  // kCheck, kMemory
-  bool json = false;               // kCheck
+  std::string query;               // kQuery
+  bool json = false;               // kCheck, kQuery
+  bool csv = false;                // kQuery
   bool strict = false;             // kCheck
   bool hex = false;                // kDump
   unsigned section = 0;            // kExtract: from 1

@@ -44,7 +44,8 @@ const char* TagOf(du::QueryFault::Step step) {
 std::u32string Printable(std::string_view text) {
   std::u32string printable = du::ToUtf32(text);
   std::replace_if(
-      printable.begin(), printable.end(), [](char32_t c) { return c < 0x20 || (c >= 0x7F && c < 0xA0); }, U' ');
+      printable.begin(), printable.end(), [](char32_t c) { return c < 0x20 || (c >= 0x7F && c < 0xA0); },
+      U' ');
   return printable;
 }
 
@@ -63,8 +64,8 @@ std::string ExplainQueryFault(const std::string& query, const du::QueryFault& fa
   std::string rest = du::ToUtf8(std::u32string_view(behind).substr(0, kBehind));
   if (behind.size() > kBehind) rest += "...";
   const std::string reason = resources.Text(TagOf(fault.step), {fault.reason});
-  return resources.Text("QUERY_MALFORMED", {std::to_string(before.size() + 1), reason}) + "\n  " + start + rest +
-         "\n  " + std::string(DisplayWidth(start), ' ') + "^";
+  return resources.Text("QUERY_MALFORMED", {std::to_string(before.size() + 1), reason}) + "\n  " + start +
+         rest + "\n  " + std::string(DisplayWidth(start), ' ') + "^";
 }
 
 }  // namespace lmkutil

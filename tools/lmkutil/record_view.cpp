@@ -83,7 +83,8 @@ bool RecordView::ForEachRow(const std::function<bool(const Row&)>& visit) const 
     const du::Dbase::IdList some(first, first + count);
     std::vector<Row> rows(some.size());
     for (const auto& [id, name, value] : records_.GetAttributes(some)) {
-      const auto row = static_cast<std::size_t>(std::lower_bound(some.begin(), some.end(), id) - some.begin());
+      const auto row =
+          static_cast<std::size_t>(std::lower_bound(some.begin(), some.end(), id) - some.begin());
       if (const std::size_t place = PlaceOf(name); place < kAttributes) rows[row][place] = std::string(value);
     }
     if (!std::all_of(rows.begin(), rows.end(), visit)) return false;
