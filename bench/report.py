@@ -54,7 +54,7 @@ GOALS = (
     Goal("binary", r"as an array", "floor", 1 / 1.2),
     Goal("sections", r"", "peers", 1),
     Goal("sections", r"", "floor", 1 / 1.05),
-    Goal("queries", r"", "peers", 1),
+    Goal("queries", r"^(?!held)", "peers", 1),
     Goal("queries", r"^held", 24.0, 1),
     Goal("memory", r"^(?!held)(?!handed)(?!.*threads$)", "peers", 1 / 1.05),
     Goal("memory", r"^(?!held)(handed|.*threads$)", "peers", 1 / 1.1),

@@ -12,6 +12,12 @@
 namespace bench {
 namespace {
 
+std::string Escaped(const std::string& literal) {
+  std::string pattern;
+  for (const char c : literal) pattern += c == '.' ? std::string("\\.") : std::string(1, c);
+  return pattern;
+}
+
 class Ours {
  public:
   using Prepared = std::string;
@@ -34,11 +40,7 @@ class Ours {
       text += std::string(isNegated ? "NOT " : "") + "<" + leaf.name + ">";
       if (leaf.test == Test::kPresent) continue;
       text += leaf.test == Test::kNotEqual ? " NE <" : " EQ <";
-      for (const char* c = leaf.pattern; *c != '\0'; ++c) {
-        if (leaf.test == Test::kLiteral && *c == '.') text += '\\';
-        text += *c;
-      }
-      text += '>';
+      text += (leaf.test == Test::kLiteral ? Escaped(leaf.pattern) : leaf.pattern) + ">";
     }
     return text;
   }
@@ -69,8 +71,12 @@ double HeldForAttribute() {
       dbase.AddAttribute(id, kAttributes[attributes++ % kAttributes.size()], text);
     }
   }
-  for (const char* const query : {"<name> EQ <none>", "<size> EQ <none>", "<directory> EQ <none>"}) {
-    for (int i = 0; i < 4; ++i) static_cast<void>(dbase.PerformQuery(query));
+  for (int i = 0; i < 8; ++i) {
+    for (std::size_t name = 0; name < kAttributes.size(); ++name) {
+      const std::string value(texts[4711][name]);
+      static_cast<void>(
+          dbase.PerformQuery(std::string("<") + kAttributes[name] + "> EQ <" + Escaped(value) + ">"));
+    }
   }
   return static_cast<double>(LargeBytes() - before) / attributes;
 }

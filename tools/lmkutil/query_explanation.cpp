@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <string_view>
+#include <vector>
 
 #include "tools/lmkutil/display_width.h"
 
@@ -63,7 +64,9 @@ std::string ExplainQueryFault(const std::string& query, const du::QueryFault& fa
   }
   std::string rest = du::ToUtf8(std::u32string_view(behind).substr(0, kBehind));
   if (behind.size() > kBehind) rest += "...";
-  const std::string reason = resources.Text(TagOf(fault.step), {fault.reason});
+  const bool hasReason = fault.step == du::QueryFault::kPattern;
+  const std::string reason =
+      resources.Text(TagOf(fault.step), hasReason ? std::vector{fault.reason} : std::vector<std::string>());
   return resources.Text("QUERY_MALFORMED", {std::to_string(before.size() + 1), reason}) + "\n  " + start +
          rest + "\n  " + std::string(DisplayWidth(start), ' ') + "^";
 }
