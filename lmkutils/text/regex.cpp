@@ -60,10 +60,12 @@ Compiled Compile(std::string_view pattern) {
 }
 
 // Generated code that did not come about (no memory to execute, another processor) is not missed: the
-// interpreter does the same, more slowly.
-bool Translate(pcre2_code* code) noexcept {
+// interpreter does the same, more slowly. It alone is right where (*ACCEPT) ends a match too early: generated
+// code goes on to search further behind, though the match is anchored.
+bool Translate(pcre2_code* code, std::string_view pattern) noexcept {
   std::size_t size = 0;
-  return pcre2_jit_compile(code, PCRE2_JIT_COMPLETE) == 0 &&
+  return pattern.find("(*ACCEPT") == std::string_view::npos &&
+         pcre2_jit_compile(code, PCRE2_JIT_COMPLETE) == 0 &&
          pcre2_pattern_info(code, PCRE2_INFO_JITSIZE, &size) == 0 && size != 0;
 }
 
@@ -106,7 +108,8 @@ std::string Message(int error) {
 
 class Regex::Code {
  public:
-  explicit Code(OwnedCode code) noexcept : code_(std::move(code)), isTranslated_(Translate(code_.get())) {}
+  Code(OwnedCode code, std::string_view pattern) noexcept
+      : code_(std::move(code)), isTranslated_(Translate(code_.get(), pattern)) {}
 
   const pcre2_code* Get() const noexcept { return code_.get(); }
   bool IsTranslated() const noexcept { return isTranslated_; }
@@ -140,8 +143,9 @@ class Regex::Matcher::Impl {
   }
 
  private:
+  // The direct call of generated code knows nothing of (*NOTEMPTY), the other one does and calls it too.
   int Run(std::string_view text) noexcept {
-    if (code_.IsTranslated()) {
+    if (code_.IsTranslated() && !text.empty()) {
       return pcre2_jit_match(code_.Get(), Units(text), text.size(), 0, 0, data_.get(), context_.get());
     }
     return pcre2_match(code_.Get(), Units(text), text.size(), 0, PCRE2_NO_UTF_CHECK, data_.get(),
@@ -162,7 +166,7 @@ class Regex::Matcher::Impl {
 Regex::Regex(std::string_view pattern) {
   Compiled compiled = Compile(pattern);
   if (!compiled.code) throw std::runtime_error("Invalid regex.");
-  code_ = std::make_unique<const Code>(std::move(compiled.code));
+  code_ = std::make_unique<const Code>(std::move(compiled.code), pattern);
 }
 
 Regex::~Regex() = default;

@@ -54,6 +54,14 @@ TEST(Regex, MatchesWholeTexts) {
       {"a\0b"sv, "a\0b"sv, true},
       {"a", "a\0"sv, false},
       {"(*NO_JIT)a+", "aaa", true},
+      {"\\((?:[^()]|(?R))*\\)", "(a(b)())", true},
+      {"a(?=b)", "ab", false},
+      {"a\\Kb", "ab", true},  // does not move the beginning
+      {".(*ACCEPT)b", "a", true},
+      {".(*ACCEPT)b", "ab", false},  // nor this the end
+      {"(*NO_JIT).(*ACCEPT)b", "ab", false},
+      {"(*NOTEMPTY)a*", "", false},
+      {"(*NOTEMPTY)a*", "a", true},
       // Texts that are not UTF-8 match nothing, wherever the fault is.
       {".*", "\xFF", false},
       {".*", "long enough for a word \xC3", false},
