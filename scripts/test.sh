@@ -120,7 +120,7 @@ stage_checks() {
 }
 
 stage_linux() {
-  lmk_ensure graphviz || true     # one test skips itself without it
+  lmk_ensure graphviz gettext || true     # a test for each skips itself without it
   lmk_ensure zip unzip libarchive-tools || true     # others to read the archives of, and to give them ours
   build linux linux || return
   run_tests linux linux env

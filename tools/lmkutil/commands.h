@@ -13,7 +13,6 @@ enum ExitStatus : int { kDone = 0, kFoundWrong = 1, kWrongUsage = 2, kInterrupte
 // status.
 ExitStatus Show(const Options& options, const Resources& resources);
 ExitStatus List(const Options& options, const Resources& resources);
-ExitStatus Check(const Options& options, const Resources& resources);
 
 // Writes a text to the standard output.
 ExitStatus Print(const std::string& text, const Resources& resources);

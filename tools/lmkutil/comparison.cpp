@@ -1,7 +1,6 @@
 #include "tools/lmkutil/comparison.h"
 
 #include <algorithm>
-#include <map>
 
 namespace lmkutil {
 namespace {
@@ -9,12 +8,6 @@ namespace {
 std::string FileName(const std::string& path) {
   const std::size_t separator = path.find_last_of("/\\");
   return separator == path.npos ? path : path.substr(separator + 1);
-}
-
-std::map<std::string, const Message*> ByTag(const StringFile& file) {
-  std::map<std::string, const Message*> messages;
-  for (const Message& message : file.messages) messages.emplace(message.tag, &message);
-  return messages;
 }
 
 // A missing message is reported where it belongs: behind the last one before it that the file has.
@@ -32,6 +25,21 @@ void FindMissing(const StringFile& reference, StringFile& file) {
   }
 }
 
+// With another number of arguments a message is never built; with others of the same number it is wrong.
+void CompareArguments(const std::string& referencePath, const Message& wanted, StringFile& file,
+                      const Message& message) {
+  const long count = ArgumentCount(message.arguments);
+  const long wantedCount = ArgumentCount(wanted.arguments);
+  const bool isCount = count != wantedCount;
+  file.findings.push_back({message.line,
+                           message.column,
+                           Severity::kError,
+                           isCount ? "ARGUMENT_COUNT" : "DIFFERENT",
+                           {isCount ? std::to_string(count) : ListPlaceholders(message.arguments),
+                            isCount ? std::to_string(wantedCount) : ListPlaceholders(wanted.arguments),
+                            referencePath, std::to_string(wanted.line)}});
+}
+
 void FindDifferent(const StringFile& reference, StringFile& file) {
   const auto wanted = ByTag(reference);
   for (const Message& message : file.messages) {
@@ -41,24 +49,28 @@ void FindDifferent(const StringFile& reference, StringFile& file) {
       file.findings.push_back(
           {message.line, 1, Severity::kWarning, "SURPLUS", {message.tag, reference.path}});
     } else if (found->second->arguments != message.arguments) {
-      file.findings.push_back(
-          {message.line,
-           message.column,
-           Severity::kError,
-           "DIFFERENT",
-           {ListPlaceholders(message.arguments), ListPlaceholders(found->second->arguments), reference.path,
-            std::to_string(found->second->line)}});
+      CompareArguments(reference.path, *found->second, file, message);
     }
   }
 }
 
-void Compare(const StringFile& reference, StringFile& file) {
+}  // namespace
+
+long ArgumentCount(const std::set<long>& arguments) {
+  return arguments.empty() ? 0 : *arguments.rbegin() + 1;
+}
+
+std::map<std::string, const Message*> ByTag(const StringFile& file) {
+  std::map<std::string, const Message*> messages;
+  for (const Message& message : file.messages) messages.emplace(message.tag, &message);
+  return messages;
+}
+
+void CompareWithReference(const StringFile& reference, StringFile& file) {
   FindMissing(reference, file);
   FindDifferent(reference, file);
   std::stable_sort(file.findings.begin(), file.findings.end(), IsBefore);
 }
-
-}  // namespace
 
 void CompareLanguages(std::vector<StringFile>& files) {
   std::map<std::string, std::size_t> count;
@@ -67,7 +79,7 @@ void CompareLanguages(std::vector<StringFile>& files) {
   std::map<std::string, const StringFile*> references;
   for (StringFile& file : files) {
     const auto [reference, isFirst] = references.emplace(areOneGroup ? "" : FileName(file.path), &file);
-    if (!isFirst) Compare(*reference->second, file);
+    if (!isFirst) CompareWithReference(*reference->second, file);
   }
 }
 

@@ -1,8 +1,6 @@
 #include "tools/lmkutil/dump.h"
 
 #include <cstdio>
-#include <filesystem>
-#include <system_error>
 
 #include "tools/lmkutil/hex_view.h"
 #include "tools/lmkutil/section_scan.h"
@@ -109,14 +107,6 @@ class Listing {
 ExitStatus Unreadable(const std::string& path, const Resources& resources) {
   PrintError(resources.Text("FILE_UNREADABLE", {path}));
   return kFoundWrong;
-}
-
-bool AreOneFile(const std::string& path, const std::string& other) {
-  const auto native = [](const std::string& text) {
-    return std::filesystem::path(std::u8string(text.begin(), text.end()));
-  };
-  std::error_code error;
-  return std::filesystem::equivalent(native(path), native(other), error);
 }
 
 bool WritePlain(SectionScan& scan, const Section& section, const std::string& path) {

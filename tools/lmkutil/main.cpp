@@ -2,11 +2,15 @@
 #include <exception>
 
 #include "tools/lmkutil/catalog.h"
+#include "tools/lmkutil/check.h"
 #include "tools/lmkutil/commands.h"
 #include "tools/lmkutil/doctor.h"
 #include "tools/lmkutil/dump.h"
 #include "tools/lmkutil/memory.h"
 #include "tools/lmkutil/options.h"
+#include "tools/lmkutil/po_export.h"
+#include "tools/lmkutil/po_import.h"
+#include "tools/lmkutil/pseudo.h"
 #include "tools/lmkutil/query.h"
 #include "tools/lmkutil/resources.h"
 
@@ -33,6 +37,12 @@ ExitStatus Run(const std::vector<std::string>& arguments) {
       return List(options, resources);
     case Command::kCheck:
       return Check(options, resources);
+    case Command::kPseudo:
+      return WritePseudo(options, resources);
+    case Command::kExport:
+      return ExportPo(options, resources);
+    case Command::kImport:
+      return ImportPo(options, resources);
     case Command::kDump:
       return Dump(options, resources);
     case Command::kExtract:

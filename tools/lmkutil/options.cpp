@@ -42,6 +42,9 @@ class Parser {
     AddShow();
     AddList();
     AddCheck();
+    AddPseudo();
+    AddExport();
+    AddImport();
     AddDump();
     AddMemory();
     AddDoctor();
@@ -56,7 +59,7 @@ class Parser {
     if (!reversed.empty()) reversed.pop_back();
     try {
       app_.parse(reversed);
-      return TakeSectionNumber(error);
+      return TakeNumbers(error);
     } catch (const CLI::CallForVersion& version) {
       options_.text = std::string(version.what()) + "\n";
       return true;
@@ -88,7 +91,26 @@ class Parser {
     check_->add_option("FILE", options_.files)->required();
     check_->add_flag("--json", options_.json);
     check_->add_flag("--strict", options_.strict);
+    check_->add_option("--longest", longest_);
     check_->callback([this] { options_.command = Command::kCheck; });
+  }
+  void AddPseudo() {
+    UseHelpText(*pseudo_, resources_, "HELP_PSEUDO");
+    pseudo_->add_option("FILE", options_.file)->required();
+    pseudo_->add_option("OUT", options_.out);
+    pseudo_->callback([this] { options_.command = Command::kPseudo; });
+  }
+  void AddExport() {
+    UseHelpText(*export_, resources_, "HELP_EXPORT");
+    export_->add_option("FILE", options_.files)->required()->expected(2, 3);
+    export_->callback([this] { options_.command = Command::kExport; });
+  }
+  void AddImport() {
+    UseHelpText(*import_, resources_, "HELP_IMPORT");
+    import_->add_option("PO", options_.file)->required();
+    import_->add_option("OUT", options_.out)->required();
+    import_->add_flag("--fuzzy", options_.fuzzy);
+    import_->callback([this] { options_.command = Command::kImport; });
   }
   void AddDump() {
     UseHelpText(*dump_, resources_, "HELP_DUMP");
@@ -127,14 +149,23 @@ class Parser {
     doctor_->callback([this] { options_.command = Command::kDoctor; });
   }
 
-  // The number behind "--extract", which nothing else goes with.
-  bool TakeSectionNumber(std::string& error) {
-    if (options_.command != Command::kExtract) return true;
-    const char* const end = section_.data() + section_.size();
-    const auto [last, fault] = std::from_chars(section_.data(), end, options_.section);
-    const bool isNumber = fault == std::errc() && last == end && options_.section != 0;
-    if (isNumber && !options_.hex) return true;
-    error = resources_.Text("USAGE_EXTRA", {isNumber ? "--hex" : section_, CommandName()});
+  // Whether all of the text is a number, which is then in `number`.
+  static bool TakeNumber(const std::string& text, unsigned& number) {
+    const char* const end = text.data() + text.size();
+    const auto [last, fault] = std::from_chars(text.data(), end, number);
+    return fault == std::errc() && last == end;
+  }
+
+  // The number behind "--extract", which nothing else goes with, and that behind "--longest".
+  bool TakeNumbers(std::string& error) {
+    std::string wrong;
+    if (!longest_.empty() && !TakeNumber(longest_, options_.longest)) wrong = longest_;
+    if (options_.command == Command::kExtract) {
+      if (!TakeNumber(section_, options_.section) || options_.section == 0) wrong = section_;
+      if (wrong.empty() && options_.hex) wrong = "--hex";
+    }
+    if (wrong.empty()) return true;
+    error = resources_.Text("USAGE_EXTRA", {wrong, CommandName()});
     return false;
   }
 
@@ -155,6 +186,10 @@ class Parser {
   CLI::App* show_ = strings_->add_subcommand("show");
   CLI::App* list_ = strings_->add_subcommand("list");
   CLI::App* check_ = strings_->add_subcommand("check");
+  CLI::App* pseudo_ = strings_->add_subcommand("pseudo");
+  CLI::App* export_ = strings_->add_subcommand("export");
+  CLI::App* import_ = strings_->add_subcommand("import");
+  std::string longest_;  // as given
   CLI::App* dump_ = app_.add_subcommand("dump");
   std::string section_;  // as given
   CLI::App* memory_ = app_.add_subcommand("memory");

@@ -9,22 +9,39 @@
 
 namespace lmkutil {
 
-enum class Command { kPrint, kShow, kList, kCheck, kDump, kExtract, kMemory, kDoctor, kCatalog, kQuery };
+enum class Command {
+  kPrint,
+  kShow,
+  kList,
+  kCheck,
+  kPseudo,
+  kExport,
+  kImport,
+  kDump,
+  kExtract,
+  kMemory,
+  kDoctor,
+  kCatalog,
+  kQuery,
+};
 
 struct Options {
   Command command = Command::kPrint;
-  std::string text;                // kPrint: what to print, help or version
-  std::string file;                // kShow, kList, kDump, kExtract, kQuery; kCatalog: the folder, or empty
+  std::string text;  // kPrint: what to print, help or version
+  // kShow, kList, kPseudo, kImport, kDump, kExtract, kQuery; kCatalog: the folder, or empty
+  std::string file;
   std::string tag;                 // kShow
   std::vector<std::string> args;   // kShow
-  std::vector<std::string> files;  // kCheck, kMemory
+  std::vector<std::string> files;  // kCheck, kExport, kMemory
   std::string query;               // kQuery
   bool json = false;               // kCheck, kQuery
   bool csv = false;                // kQuery
   bool strict = false;             // kCheck
+  unsigned longest = 200;          // kCheck: per cent of the English text; 0 for any length
+  bool fuzzy = false;              // kImport: fuzzy translations too
   bool hex = false;                // kDump
   unsigned section = 0;            // kExtract: from 1
-  std::string out;                 // kExtract; kCatalog: or empty
+  std::string out;                 // kPseudo, kExtract, kImport, kCatalog: the file to write, or empty
   bool dot = false;                // kMemory: the graph instead of tables
   std::string svg;                 // kMemory: the file to draw the graph into, or empty
 };

@@ -1,5 +1,6 @@
 #include "tools/lmkutil/report.h"
 
+#include "tools/lmkutil/json.h"
 #include "tools/lmkutil/message_lint.h"
 
 #include "lmkutils/text/encoding.h"
@@ -19,26 +20,13 @@ std::string Printable(const std::string& text) {
 
 std::string Explanation(const Finding& finding, const Resources& resources) {
   std::vector<std::string> args = finding.args;
+  const std::string_view tag = finding.tag;
+  const bool listsPlaceholders = tag == "DIFFERENT" || tag == "PO_PLACEHOLDERS";
   for (std::string& arg : args) {
-    if (arg.empty() && std::string_view(finding.tag) == "DIFFERENT") arg = resources.Text("NO_PLACEHOLDERS");
+    if (arg.empty() && listsPlaceholders) arg = resources.Text("NO_PLACEHOLDERS");
     arg = Printable(arg);
   }
   return resources.Text(finding.tag, args);
-}
-
-std::string JsonString(const std::string& text) {
-  std::string json = "\"";
-  for (const char c : du::RepairUtf8(text)) {
-    if (c == '"' || c == '\\') {
-      json += '\\';
-      json += c;
-    } else if (static_cast<unsigned char>(c) < 0x20) {
-      json += "\\u00" + HexByte(c);
-    } else {
-      json += c;
-    }
-  }
-  return json + '"';
 }
 
 const char* SeverityName(Severity severity) {
@@ -55,8 +43,9 @@ std::string FindingAsJson(const StringFile& file, const Finding& finding, const 
 }  // namespace
 
 Totals Count(const std::vector<StringFile>& files) {
-  Totals totals{.files = files.size()};
+  Totals totals;
   for (const StringFile& file : files) {
+    totals.files += file.isThere ? 1 : 0;
     totals.messages += file.messages.size();
     for (const Finding& finding : file.findings) {
       ++(finding.severity == Severity::kError ? totals.errors : totals.warnings);
@@ -65,23 +54,31 @@ Totals Count(const std::vector<StringFile>& files) {
   return totals;
 }
 
-std::string ReportLines(const std::vector<StringFile>& files, const Resources& resources) {
+std::string FindingLines(const StringFile& file, const Resources& resources) {
   std::string lines;
-  for (const StringFile& file : files) {
-    for (const Finding& finding : file.findings) {
-      const char* const tag = finding.severity == Severity::kError ? "CHECK_ERROR" : "CHECK_WARNING";
-      lines += resources.Text(tag, {file.path, std::to_string(finding.line), std::to_string(finding.column),
-                                    Explanation(finding, resources)});
-      lines += '\n';
-    }
+  for (const Finding& finding : file.findings) {
+    const char* const tag = finding.severity == Severity::kError ? "CHECK_ERROR" : "CHECK_WARNING";
+    lines += resources.Text(tag, {file.path, std::to_string(finding.line), std::to_string(finding.column),
+                                  Explanation(finding, resources)});
+    lines += '\n';
   }
-  const Totals totals = Count(files);
-  lines += resources.Text("CHECK_SUMMARY", {std::to_string(totals.files), std::to_string(totals.messages),
-                                            std::to_string(totals.errors), std::to_string(totals.warnings)});
-  return lines + '\n';
+  return lines;
 }
 
-std::string ReportJson(const std::vector<StringFile>& files, const Resources& resources) {
+std::string SummaryLine(const std::vector<StringFile>& files, const Resources& resources) {
+  const Totals totals = Count(files);
+  return resources.Text("CHECK_SUMMARY", {std::to_string(totals.files), std::to_string(totals.messages),
+                                          std::to_string(totals.errors), std::to_string(totals.warnings)}) +
+         "\n";
+}
+
+std::string ReportLines(const std::vector<StringFile>& files, const Resources& resources) {
+  std::string lines;
+  for (const StringFile& file : files) lines += FindingLines(file, resources);
+  return lines + SummaryLine(files, resources);
+}
+
+std::string JsonMembers(const std::vector<StringFile>& files, const Resources& resources) {
   const Totals totals = Count(files);
   std::string findings;
   for (const StringFile& file : files) {
@@ -89,10 +86,13 @@ std::string ReportJson(const std::vector<StringFile>& files, const Resources& re
       findings += (findings.empty() ? "\n  " : ",\n  ") + FindingAsJson(file, finding, resources);
     }
   }
-  return "{\"files\": " + std::to_string(totals.files) +
-         ", \"messages\": " + std::to_string(totals.messages) +
+  return "\"files\": " + std::to_string(totals.files) + ", \"messages\": " + std::to_string(totals.messages) +
          ", \"errors\": " + std::to_string(totals.errors) +
-         ", \"warnings\": " + std::to_string(totals.warnings) + ", \"findings\": [" + findings + "]}\n";
+         ", \"warnings\": " + std::to_string(totals.warnings) + ", \"findings\": [" + findings + "]";
+}
+
+std::string ReportJson(const std::vector<StringFile>& files, const Resources& resources) {
+  return "{" + JsonMembers(files, resources) + "}\n";
 }
 
 }  // namespace lmkutil

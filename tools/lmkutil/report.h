@@ -19,11 +19,17 @@ struct Totals {
 
 Totals Count(const std::vector<StringFile>& files);
 
-// A line for each finding, as compilers write them, and a last one with the totals.
+// A line for each finding of a file, as compilers write them.
+std::string FindingLines(const StringFile& file, const Resources& resources);
+// One line with the totals.
+std::string SummaryLine(const std::vector<StringFile>& files, const Resources& resources);
+
+// The findings of all files, and the totals.
 std::string ReportLines(const std::vector<StringFile>& files, const Resources& resources);
 
-// The same as one JSON object; docs/string-resources.md has its members.
+// The same as one JSON object, or its members without the braces; docs/string-resources.md has its members.
 std::string ReportJson(const std::vector<StringFile>& files, const Resources& resources);
+std::string JsonMembers(const std::vector<StringFile>& files, const Resources& resources);
 
 }  // namespace lmkutil
 

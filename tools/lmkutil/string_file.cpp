@@ -127,6 +127,8 @@ class Reader {
     } else if (CheckKey(tag, dot + 1, line_.substr(dot + 1, equals - dot - 1))) {
       if (tag != TrimmedEnd(tag)) Add(dot - 1, Severity::kWarning, "TAG_BLANK", {tag});
       ReadMessage(tag, start, equals + 1);
+    } else if (line_.substr(dot + 1) == std::string("note=") + kSameNote) {
+      file_.meantAsInEnglish.insert(tag);
     }
   }
 
@@ -151,7 +153,7 @@ class Reader {
       return;
     }
     const std::string_view value = line_.substr(valueOffset);
-    Message message{tag, lineNumber_, ColumnOf(valueOffset), {}};
+    Message message{tag, lineNumber_, ColumnOf(valueOffset), {}, std::string(value)};
     if (value.empty()) Add(valueOffset, Severity::kWarning, "EMPTY_VALUE", {tag});
     for (TextFault& fault : LintText(value, message.arguments)) {
       Add(valueOffset + fault.offset, fault.severity, fault.tag, std::move(fault.args));

@@ -29,6 +29,7 @@ struct Message {
   std::size_t line;
   std::size_t column;        // of the value
   std::set<long> arguments;  // the numbers of its placeholders
+  std::string text;          // as it stands in the file
 };
 
 struct StringFile {
@@ -37,7 +38,14 @@ struct StringFile {
   std::vector<Finding> findings;  // by line and column
   // Tags of lines that were meant as messages but are none: a finding of its own says why.
   std::set<std::string> lost;
+  // Tags with the note kSameNote.
+  std::set<std::string> meantAsInEnglish;
+  bool isThere = true;     // a file that should be there is reported like one
+  bool isRefused = false;  // by the library
 };
+
+// "TAG.note=same as English" says that the text of the tag is meant to be that of the English file.
+inline constexpr char kSameNote[] = "same as English";
 
 // Reads the bytes of a string-resource file more patiently than du::Lmtrb, which stops at the first fault,
 // and notes everything that a translator would want to know.

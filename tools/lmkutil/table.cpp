@@ -3,20 +3,9 @@
 #include <algorithm>
 #include <utility>
 
-#include "lmkutils/text/encoding.h"
+#include "tools/lmkutil/display_width.h"
 
 namespace lmkutil {
-namespace {
-
-// Places that the text takes on a terminal: two for each character of the East Asian scripts, which begin at
-// U+1100 as far as the texts of a program go.
-std::size_t Width(const std::string& text) {
-  std::size_t width = 0;
-  for (const char32_t c : du::ToUtf32(text)) width += c >= 0x1100 && !(c >= 0x2000 && c < 0x2E80) ? 2 : 1;
-  return width;
-}
-
-}  // namespace
 
 Table::Table(std::vector<Column> columns) : columns_(std::move(columns)) {
   std::vector<std::string>& heads = rows_.emplace_back();
@@ -30,13 +19,13 @@ void Table::AddRow(std::vector<std::string> cells) {
 std::string Table::Text() const {
   std::vector<std::size_t> widths(columns_.size());
   for (const auto& row : rows_) {
-    for (std::size_t i = 0; i < widths.size(); ++i) widths[i] = std::max(widths[i], Width(row[i]));
+    for (std::size_t i = 0; i < widths.size(); ++i) widths[i] = std::max(widths[i], DisplayWidth(row[i]));
   }
   std::string text;
   for (const auto& row : rows_) {
     std::string line;
     for (std::size_t i = 0; i < widths.size(); ++i) {
-      const std::string padding(widths[i] - Width(row[i]), ' ');
+      const std::string padding(widths[i] - DisplayWidth(row[i]), ' ');
       line += i == 0 ? "" : "  ";
       line += columns_[i].align == Align::kRight ? padding + row[i] : row[i] + padding;
     }

@@ -1,14 +1,35 @@
 #include "tools/lmkutil/text_file.h"
 
+#include <algorithm>
 #include <array>
 #include <filesystem>
 #include <fstream>
 #include <system_error>
 
+#include "lmkutils/files/file_writer.h"
+
 namespace lmkutil {
+namespace {
+
+std::filesystem::path Native(const std::string& path) {
+  return {std::u8string(path.begin(), path.end())};
+}
+
+bool WriteBytes(const std::string& path, std::string_view bytes) {
+  const du::SmartPtr<du::FileWriter> writer = du::FileWriter::Construct();
+  if (!writer->Open(path)) return false;
+  constexpr std::size_t kBlock = 1 << 20;
+  for (; !bytes.empty(); bytes.remove_prefix(std::min(bytes.size(), kBlock))) {
+    const auto count = static_cast<unsigned>(std::min(bytes.size(), kBlock));
+    if (writer->Write(bytes.data(), count) != count) return false;
+  }
+  return writer->Close();
+}
+
+}  // namespace
 
 std::optional<std::string> ReadFile(const std::string& path) {
-  const std::filesystem::path file(std::u8string(path.begin(), path.end()));
+  const std::filesystem::path file = Native(path);
   std::error_code error;
   if (std::filesystem::is_directory(file, error)) return std::nullopt;
   std::ifstream in(file, std::ios::binary);
@@ -17,6 +38,24 @@ std::optional<std::string> ReadFile(const std::string& path) {
     in.read(block.data(), block.size());
   }
   return in.is_open() && in.eof() && !in.bad() ? std::optional(bytes) : std::nullopt;
+}
+
+bool AreOneFile(const std::string& path, const std::string& other) {
+  std::error_code error;
+  return std::filesystem::equivalent(Native(path), Native(other), error);
+}
+
+bool ReplaceFile(const std::string& path, std::string_view bytes) {
+  std::error_code error;
+  const std::string part = path + ".part";
+  if (std::filesystem::is_directory(Native(path), error)) return false;
+  bool isDone = WriteBytes(part, bytes);
+  if (isDone) {
+    std::filesystem::rename(Native(part), Native(path), error);
+    isDone = !error;
+  }
+  if (!isDone) std::filesystem::remove(Native(part), error);
+  return isDone;
 }
 
 std::string WithoutCarriageReturns(std::string bytes) {
