@@ -45,13 +45,18 @@ done
 title "Some messages of the file"
 run list strings list share/lumora/en/lmkutil.lmtrb | grep -v '^HELP' | head -n 8
 
-title "The tool's own texts, checked"
-run check strings check share/lumora/{en,de,fr,ja}/lmkutil.lmtrb
+title "The tool's own texts, checked in all languages"
+run check strings check share/lumora
 
 title "A translation with mistakes"
 printf 'SIZE.value={0} of {1} bytes\nOPEN.value=Cannot open {0}.\nQUIT.value=Quit\n' > "$trace/en.lmtrb"
 printf 'SIZE.value={0} Bytes\nOPEN.value={0 lässt sich nicht öffnen.\nOPEN.value=x\nSAVE value\nQUIT.Value=Ende' > "$trace/de.lmtrb"
 (cd "$trace" && tool="$here/../$tool" && run mistakes strings check en.lmtrb de.lmtrb)
+
+title "A translation on its way to translators, and back"
+run export strings export share/lumora/en/lmkutil.lmtrb share/lumora/it/lmkutil.lmtrb "$trace/it.po"
+grep -A 3 '"WRONG_COUNT"' "$trace/it.po"
+run import strings import "$trace/it.po" "$trace/it.lmtrb"
 
 title "What memory the words of a document take"
 run memory memory README.md
