@@ -15,7 +15,7 @@ import statistics
 import subprocess
 import sys
 
-AREAS = ("symbol", "trace", "locks", "tasks", "time", "messages", "paths", "lines", "buffers", "binary", "sections", "queries", "memory")
+AREAS = ("symbol", "trace", "locks", "tasks", "time", "messages", "localizer", "paths", "lines", "buffers", "binary", "sections", "queries", "memory")
 OURS, FLOOR = "lmkutils", "floor: "
 # The loader sets room aside for the per-thread data of peers that a program loads later.
 ENVIRONMENT = os.environ | {"GLIBC_TUNABLES": "glibc.rtld.optional_static_tls=16384"}
@@ -46,6 +46,7 @@ GOALS = (
     Goal("tasks", r"", "peers", 1),
     Goal("time", r"^print an instant", "peers", 3),
     Goal("messages", r"", "peers", 1),
+    Goal("localizer", r"", "peers", 1),
     Goal("paths", r"", "peers", 1),
     Goal("lines", r"", "peers", 1),
     Goal("buffers", r"", "peers", 1),
