@@ -15,7 +15,7 @@ import statistics
 import subprocess
 import sys
 
-AREAS = ("symbol", "trace", "locks", "tasks", "time", "messages", "localizer", "paths", "lines", "buffers", "binary", "sections", "queries", "memory")
+AREAS = ("symbol", "trace", "locks", "tasks", "time", "messages", "localizer", "paths", "lines", "buffers", "binary", "sections", "queries", "memory", "catalogue")
 OURS, FLOOR = "lmkutils", "floor: "
 # The loader sets room aside for the per-thread data of peers that a program loads later.
 ENVIRONMENT = os.environ | {"GLIBC_TUNABLES": "glibc.rtld.optional_static_tls=16384"}
@@ -44,6 +44,7 @@ GOALS = (
     Goal("locks", r"^read-write lock: (read|write) lock and unlock(,|$)", "std::shared_mutex", 0.5),
     Goal("locks", r"^read-write lock", "QReadWriteLock, recursive", 1),
     Goal("tasks", r"", "peers", 1),
+    Goal("catalogue", r"", "peers", 1),
     Goal("time", r"^print an instant", "peers", 3),
     Goal("messages", r"", "peers", 1),
     Goal("localizer", r"", "peers", 1),

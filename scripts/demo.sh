@@ -1,6 +1,7 @@
 #!/bin/bash
 # Builds the library and shows its main job: string-resource files, read and rendered through the whole chain, in four
-# languages, with tracing on; and what the memory pools hold. Installs what is missing.
+# languages, with tracing on; what the memory pools hold; and a catalogue of the files in /usr/share, with questions about
+# it. Installs what is missing.
 #
 #   demo.sh [BUILD_OPTION...]     options for "cmake --build", such as -j1
 set -eu
@@ -60,6 +61,17 @@ run import strings import "$trace/it.po" "$trace/it.lmtrb"
 
 title "What memory the words of a document take"
 run memory memory README.md
+
+# A million files is nothing to be afraid of, but they all have to be read: a smaller folder where there are many.
+folder=/usr/share
+if [ "$(find $folder -type f 2> /dev/null | head -n 150000 | wc -l)" = 150000 ]; then folder=/usr/share/doc; fi
+title "What files this machine has in $folder, and how long that takes to see"
+time run catalog catalog -o "$trace/share.lmkcat" "$folder"
+
+title "Questions about them"
+run query query "$trace/share.lmkcat" '<name> EQ <.*[Ll]icen[cs]e.*> AND <kind> EQ <text>' | head -n 12
+run query-json query --json "$trace/share.lmkcat" '<version>' | head -n 12
+run query-wrong query "$trace/share.lmkcat" '<name> EQ <copyright> AN <size>' 2>&1
 
 title "What was traced"
 cat "$trace"/show-de.json "$trace"/unknown-de.json "$trace"/mistakes.json
