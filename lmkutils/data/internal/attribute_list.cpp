@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <functional>
 #include <new>
+#include <span>
 
 #include "lmkutils/text/internal/lasting_symbol.h"
 
@@ -111,7 +112,13 @@ const ValueIndex* AttributeList::IndexOf(const AttributeColumn& column) const no
 
 IdList AttributeList::AllIds() const {
   ListMerger merger(Union);
-  for (const NamedColumn* const column : Columns()) merger.Add(Distinct(column->second.Ids()));
+  std::span<const unsigned> previous;
+  for (const NamedColumn* const column : Columns()) {
+    const std::span<const unsigned> ids = column->second.Ids();
+    // Names that all records have are frequent.
+    if (!std::ranges::equal(ids, previous)) merger.Add(Distinct(ids));
+    previous = ids;
+  }
   return merger.Take();
 }
 

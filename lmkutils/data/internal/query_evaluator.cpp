@@ -142,6 +142,7 @@ class Evaluator {
 
   static IdList LookThrough(const AttributeColumn& column, ValueMatcher& matcher, bool wanted) {
     IdList ids;
+    matcher.Expect(column.Size());
     std::array<unsigned, ValueMatcher::kMostAtOnce> selected;
     for (std::size_t i = 0; i < column.Size(); i += selected.size()) {
       const std::size_t count = std::min(selected.size(), column.Size() - i);

@@ -8,9 +8,11 @@ namespace {
 
 constexpr unsigned kFirstBits = 8;
 
-// When so many values were seen, at least one in 16 must have come back.
-constexpr std::size_t kSample = 512;
-constexpr std::size_t kMostDifferentInSample = kSample / 16 * 15;
+// So many values are looked at before the table of verdicts is kept or given up. Of D different values in
+// random order about kSample * kSample / (2 * D) come back in it (the birthday problem); the table pays when
+// each value comes back kWorthwhile times in all.
+constexpr std::size_t kSample = 1024;
+constexpr std::size_t kWorthwhile = 8;
 
 // Texts lie on 4 bytes at least; the empty one has no address.
 std::uintptr_t KeyOf(const char* text) noexcept {
@@ -109,7 +111,10 @@ std::size_t ValueMatcher::Select(std::span<const unsigned> ids, std::span<const 
 bool ValueMatcher::Matches(const Symbol& value) {
   if (!usesMemo_) return matcher_->Matches(TextOf(value));
   const VerdictMemo::Verdict verdict = memo_.Find(value.c_str());
-  if (++seen_ == kSample) usesMemo_ = memo_.Size() < kMostDifferentInSample;
+  if (++seen_ == kSample) {
+    const std::size_t repeated = kSample - memo_.Size();
+    usesMemo_ = repeated >= kSample * kSample / 2 * kWorthwhile / expected_;
+  }
   if (verdict != VerdictMemo::Verdict::kUnknown) return verdict == VerdictMemo::Verdict::kMatch;
   const bool matches = matcher_->Matches(TextOf(value));
   memo_.Add(value.c_str(), matches);

@@ -55,6 +55,9 @@ class ValueMatcher {
   // Whether that text is no symbol's, so that no value can match.
   bool IsUnheardOf() const noexcept { return isUnheardOf_; }
 
+  // How many values are going to be compared; more than 0.
+  void Expect(std::size_t values) noexcept { expected_ = values; }
+
   // Must not be called when no value can match. Writes those of the ids, at most kMostAtOnce, whose value
   // matches, or does not match when `wanted` is false; returns how many. Throws as Regex::Matches does.
   std::size_t Select(std::span<const unsigned> ids, std::span<const Symbol> values, bool wanted,
@@ -69,8 +72,9 @@ class ValueMatcher {
   bool isUnheardOf_ = false;
   std::optional<Regex> regex_;
   std::optional<Regex::Matcher> matcher_;
-  // Given up when the first values show that hardly one comes back.
+  // Given up when the first values show that they do not come back often enough.
   bool usesMemo_ = true;
+  std::size_t expected_ = 1;
   std::size_t seen_ = 0;
   VerdictMemo memo_;
 };
