@@ -25,6 +25,7 @@ using lmktest::RunTool;
 using lmktest::Texts;
 using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::IsEmpty;
 
 constexpr std::array kLanguages{"de", "en", "es", "fr", "it", "ja", "ko", "pt_BR", "ru", "zh_CN", "zh_TW"};
 
@@ -128,18 +129,18 @@ TEST_F(LmkutilLanguageTest, BaseLanguageStandsInForARegionalOne) {
   EXPECT_THAT(result.out, HasSubstr("/zh_TW\", \"wanted\": 2, \"translated\": 2, \"percent\": 100"));
 }
 
-TEST_F(LmkutilLanguageTest, OwnTextsAreCleanInEveryLanguage) {
-  Texts arguments{"strings", "check", "--strict"};
-  for (const char* language : {"en", "de", "fr", "ja"})
-    arguments.push_back(OwnData() + "/" + language + "/lmkutil.lmtrb");
-  const ChildResult result = RunTool(arguments);
+TEST_F(LmkutilLanguageTest, OwnTextsAreFullyTranslated) {
+  const ChildResult result = RunTool({"strings", "check", "--strict", "--json", OwnData()});
   EXPECT_EQ(0, result.exitCode) << result.out << result.err;
+  EXPECT_THAT(Findings(result.out), IsEmpty());
+  for (const char* language : kLanguages)
+    EXPECT_THAT(result.out, HasSubstr(std::string("\"language\": \"") + language + "\""));
 }
 
 TEST_F(LmkutilLanguageTest, TableFitsATerminalInEveryLanguage) {
   for (const char* language : kLanguages) {
     const Texts lines = TableLines(RunTool({"strings", "check", OwnData()}, {{"LUMORA_LANG", language}}).out);
-    ASSERT_LT(3U, lines.size()) << language;
+    ASSERT_EQ(kLanguages.size() + 3, lines.size()) << language;
     // The last column is aligned to the right, so that all lines of the table are equally wide.
     std::set<std::size_t> widths;
     for (std::size_t i = 1; i + 1 < lines.size(); ++i) widths.insert(lmkutil::DisplayWidth(lines[i]));
