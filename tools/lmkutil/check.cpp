@@ -164,6 +164,7 @@ ExitStatus CheckDirectory(const Options& options, const Resources& resources) {
   }
   std::vector<StringFile> files;
   std::vector<CheckedProduct> checked;
+  checked.reserve(products.size());
   for (const Product& product : products)
     checked.push_back(ProductCheck(options.longest, files).Run(product));
   const ExitStatus printed = Print(options.json ? ReportProductsJson(checked, files, resources)

@@ -132,7 +132,7 @@ class TranslationMaker {
   std::vector<PoEntry> entries_;
 };
 
-std::string WithoutLineBreaks(std::string text, bool atStart) {
+std::string WithoutLineBreaks(const std::string& text, bool atStart) {
   const std::size_t found = atStart ? text.find_first_not_of('\n') : text.find_last_not_of('\n');
   if (found == text.npos) return "";
   return atStart ? text.substr(found) : text.substr(0, found + 1);
@@ -182,8 +182,8 @@ std::string Stem(const std::string& path) {
 std::string ShownTranslation(const std::string& text, const std::string& id) {
   if (text.empty() || id.empty()) return text;
   std::string shown = text;
-  if (!id.starts_with('\n')) shown = WithoutLineBreaks(std::move(shown), true);
-  if (!id.ends_with('\n')) shown = WithoutLineBreaks(std::move(shown), false);
+  if (!id.starts_with('\n')) shown = WithoutLineBreaks(shown, true);
+  if (!id.ends_with('\n')) shown = WithoutLineBreaks(shown, false);
   if (shown.empty()) return shown;
   if (id.starts_with('\n') && !shown.starts_with('\n')) shown.insert(0, 1, '\n');
   if (id.ends_with('\n') && !shown.ends_with('\n')) shown += '\n';
