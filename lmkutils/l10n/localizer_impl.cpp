@@ -90,8 +90,6 @@ SmartPtr<Lmtrb> Localizer::Impl::LoadTable(const std::string& path, bool pseudoL
   return table;
 }
 
-LocalizerImplGenerator::~LocalizerImplGenerator() = default;
-
 void SetLocalizerImplGenerator(LocalizerImplGenerator* generator) {
   internal::LocalizerImplMap::SetGenerator(generator);
 }

@@ -63,12 +63,14 @@ class LMK_API LocalizerImplGenerator {
   LocalizerImplGenerator() = default;
   LocalizerImplGenerator(const LocalizerImplGenerator&) = delete;
   LocalizerImplGenerator& operator=(const LocalizerImplGenerator&) = delete;
-  virtual ~LocalizerImplGenerator();
 
   // A new object for the name, which the caller owns and initialises. It is called under the lock that
   // localizers are made under; it may make localizers of other resources itself, while one of the same name
   // is empty. What it throws, and null, leave the localizer empty.
   virtual Localizer::Impl* Create(const Symbol& resourceName) = 0;
+
+ protected:
+  ~LocalizerImplGenerator() = default;  // never deleted as one: its owner knows its class
 };
 
 // Replaces the generator of the process for resources that are not set up yet; null brings back the library's

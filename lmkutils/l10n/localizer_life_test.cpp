@@ -34,6 +34,11 @@ class Keeper {
   }
   ~Keeper() {
     if (std::getenv("LMK_KEEPER_ROOT") == nullptr) return;
+    if (!IsMade()) {
+      std::printf("%s\n", Localizer("p:r").LocalizeMessage("B").c_str());
+      std::fflush(stdout);
+      return;
+    }
     std::printf("%s ", localizer_->LocalizeMessage("A", AssembleArgs() << 1).c_str());
     const Localizer copy(*localizer_);
     localizer_.reset();
@@ -57,14 +62,21 @@ const lmktest::ChildRole kKeep("keep_localizer", [](const std::vector<std::strin
   return 0;
 });
 
+// Makes what localizers need, and none.
+const lmktest::ChildRole kKeepNone("keep_no_localizer", [](const std::vector<std::string>&) {
+  static_cast<void>(dp::LmInfo::Instance());
+  static_cast<void>(du::Symbol("symbol"));
+  return 0;
+});
+
 TEST(LocalizerLifeTest, StaticObjectsUseItFromTheFirstConstructorToTheLastDestructor) {
   const lmktest::TempDir folder("life");
   for (const char* const resource : {"r", "other"}) {
     lmktest::PutStringsFile(folder, "en", resource, "A.value=a{0}\nB.value=b\n");
   }
-  const auto live = [&folder](lmktest::Environment environment) {
+  const auto live = [&folder](lmktest::Environment environment, const char* role = "keep_localizer") {
     environment.insert(environment.end(), {{"LMK_KEEPER_ROOT", folder.Path()}, {"LUMORA_LANG", "en"}});
-    return lmktest::RunSelf("keep_localizer", {}, environment);
+    return lmktest::RunSelf(role, {}, environment);
   };
   const auto early = live({{"LMK_KEEPER_EARLY", "1"}});
   EXPECT_EQ(early.out, "a1 b a2 a3\n") << early.err;
@@ -78,6 +90,10 @@ TEST(LocalizerLifeTest, StaticObjectsUseItFromTheFirstConstructorToTheLastDestru
       << late.err;
   EXPECT_EQ(late.exitCode, 0);
   EXPECT_THAT(late.err, IsEmpty());
+  // The first one of all, made in the destructor.
+  const auto last = live({}, "keep_no_localizer");
+  EXPECT_EQ(last.out, isGone ? std::string(kError) + "\n" : "b\n") << last.err;
+  EXPECT_EQ(last.exitCode, 0);
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -16,6 +17,7 @@
 #include "lmkutils/l10n/localizer_impl.h"
 #include "lmkutils/l10n/testing/strings_file.h"
 #include "lmkutils/os/fault/fault.h"
+#include "lmkutils/os/testing/fork.h"
 #include "lmkutils/platform/environment.h"
 #include "lmkutils/platform/lm_info.h"
 #include "lmkutils/testing/child_process.h"
@@ -66,13 +68,13 @@ class Installation {
 };
 
 // Makes objects by a function, and counts.
-class Generator : public du::LocalizerImplGenerator {
+class Generator final : public du::LocalizerImplGenerator {
  public:
   using Function = std::function<Localizer::Impl*(const du::Symbol&)>;
   explicit Generator(Function function) : function_(std::move(function)) {
     du::SetLocalizerImplGenerator(this);
   }
-  ~Generator() override { du::SetLocalizerImplGenerator(nullptr); }
+  ~Generator() { du::SetLocalizerImplGenerator(nullptr); }
   Localizer::Impl* Create(const du::Symbol& name) override {
     ++count_;
     return function_(name);
@@ -399,6 +401,35 @@ TEST(LocalizerLanguageTest, PseudoModes) {
   EXPECT_THAT(all, testing::Not(HasSubstr("open")));
   EXPECT_EQ(all.substr(all.find('\n')), half.substr(half.find('\n')));
   EXPECT_EQ(tell("pseudo_ko"), tell("en"));  // the English file is the primary one there, nothing falls back
+}
+
+// args: the root. Forks while another thread sets up resources; each child sets up one too.
+const lmktest::ChildRole kFork("localizer_fork", [](const std::vector<std::string>& args) {
+  dp::LmInfo::SetInstallationRoot(args[0]);
+  const Localizer first("p:r");  // forks are safe from the first use on
+  std::atomic<bool> stop{false};
+  std::thread other([&stop] {
+    while (!stop) Localizer("p:none");
+  });
+  int failed = 0;
+  for (int i = 0; i < 50; ++i) {
+    failed += os::testing::RunForked([] { return Localizer("p:other").LocalizeMessage("A") == "x" ? 0 : 1; });
+  }
+  stop = true;
+  other.join();
+  return failed != 0 ? 1 : 0;
+});
+
+TEST(LocalizerForkTest, ForkedProcessesMakeLocalizers) {
+  if (os::testing::RunForked([] { return 0; }) == os::testing::kForkUnknown)
+    GTEST_SKIP() << "processes do not fork on this target";
+  const lmktest::TempDir folder("fork");
+  for (const char* const resource : {"r", "other"}) {
+    lmktest::PutStringsFile(folder, "en", resource, "A.value=x\n");
+  }
+  const lmktest::ChildResult result =
+      lmktest::RunSelf("localizer_fork", {folder.Path()}, {{"LUMORA_LANG", "en"}});
+  EXPECT_EQ(result.exitCode, 0) << (result.timedOut ? "hangs" : result.err);
 }
 
 }  // namespace

@@ -6,7 +6,7 @@ namespace os {
 
 // The order in which fork takes the locks, the one in which threads nest them: who holds an inner lock never
 // asks for an outer one. Each rank has one pair of hooks.
-enum class ForkRank : unsigned { kOuter, kMiddle, kInner, kInnermost };
+enum class ForkRank : unsigned { kOutermost, kOuter, kMiddle, kInner, kInnermost };
 
 using ForkHook = void (*)() noexcept;
 

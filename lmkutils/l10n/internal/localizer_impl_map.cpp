@@ -4,11 +4,13 @@
 
 #include "lmkutils/l10n/localizer_error.h"
 #include "lmkutils/os/capabilities.h"
+#include "lmkutils/os/fork_hooks.h"
 #include "lmkutils/platform/internal/lazy_spin_lock.h"
 #include "lmkutils/platform/internal/scoped_lock.h"
 #include "lmkutils/platform/internal/singleton.h"
 #include "lmkutils/platform/lm_info.h"
 #include "lmkutils/text/internal/lasting_symbol.h"
+#include "lmkutils/trace/internal/inside_mark.h"
 
 namespace du::internal {
 namespace {
@@ -20,6 +22,22 @@ constexpr unsigned kLongevity = 0xFFFFFFFB;
 
 constinit dp::internal::LazySpinLock mapLock;
 constinit LocalizerImplGenerator* currentGenerator = nullptr;  // guarded by mapLock; null: the library's own
+
+// Whether the fork under way on this thread has taken the lock.
+constinit thread_local bool heldForFork = false;
+
+// A child process made while another thread sets a resource up gets the lock free and the map whole. A trace
+// consumer forks without the lock: whoever has that may be waiting for the consumer.
+void AddForkHooks() noexcept {
+  const os::ForkHook release = []() noexcept {
+    if (std::exchange(heldForFork, false)) mapLock.Unlock();
+  };
+  const os::ForkHook hold = []() noexcept {
+    heldForFork = !dp::internal::InsideMark::IsSet();
+    if (heldForFork) mapLock.Lock();
+  };
+  os::AddForkHooks(os::ForkRank::kOutermost, {.before = hold, .inParent = release, .inChild = release});
+}
 
 SmartPtr<Localizer::Impl> Create(const Symbol& name) {
   SmartPtr<Localizer::Impl> impl(currentGenerator != nullptr ? currentGenerator->Create(name)
@@ -36,6 +54,7 @@ struct LocalizerImplMap::Traits {
   static void Prepare() { static_cast<void>(Symbol("LocalizerImplMap")); }
   static LocalizerImplMap* Create() {
     mapLock.Get();  // from here on locking cannot fail
+    AddForkHooks();
     return new LocalizerImplMap;
   }
   static void Destroy(LocalizerImplMap* map) noexcept;
@@ -83,7 +102,7 @@ class LocalizerImplMap::SetUp {
 
 SmartPtr<Localizer::Impl> LocalizerImplMap::Get(const char* resourceName) {
   // No exception is made of it: the end of a process may have taken the means to catch one.
-  if (dp::internal::Singleton<Traits>::IsDestroyed()) return nullptr;
+  if (dp::internal::Singleton<Traits>::IsDestroyed() || symbolTableGone.load()) return nullptr;
   const Symbol name(resourceName);
   // Before the lock: both trace, or make what others wait for.
   static_cast<void>(dp::LmInfo::Instance());

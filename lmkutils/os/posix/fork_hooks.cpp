@@ -10,7 +10,7 @@
 namespace os {
 namespace {
 
-constexpr std::size_t kRanks = 4;
+constexpr std::size_t kRanks = 5;
 
 struct Entry {
   std::atomic<bool> isAdded{false};
