@@ -1,5 +1,6 @@
 #include "tools/lmkutil/doctor.h"
 
+#include <algorithm>
 #include <optional>
 #include <sstream>
 #include <utility>
@@ -55,6 +56,12 @@ constexpr Variable kSystemVariables[] = {
 
 std::string OrNothing(const std::string& text) {
   return text.empty() ? kNothing : text;
+}
+
+// With the separators of the system, so that the user can hand it to other programs.
+std::string InSystemForm(std::string path) {
+  if (dp::LmSysInfo::GetOsName() == "Windows") std::replace(path.begin(), path.end(), '/', '\\');
+  return path;
 }
 
 class Report {
@@ -176,7 +183,7 @@ void Report::AddStringsFiles() {
   for (const Product& product : FindProducts(info_.GetInstallationRoot())) {
     for (const LanguageFolder& language : product.languages) {
       for (const std::string& name : language.files) {
-        const std::string path = language.path + "/" + name;
+        const std::string path = InSystemForm(language.path + "/" + name);
         table.AddRow({language.code, CountMessages(path), path});
       }
     }

@@ -62,8 +62,8 @@ TEST(DoctorTest, TellsWhatTheLibrarySees) {
   const std::string root = dp::LmInfo::Instance().GetInstallationRoot();
   for (const std::string& part :
        {std::string("\nLanguage: en, since LUMORA_LANG says so\n"), "\nInstallation: " + root + "\n",
-        std::string("\nLUMORA_TRACE "), std::string("  build 7  a text for every record"),
-        std::string("/share/lumora/ja/lmkutil.lmtrb\n")}) {
+        std::string("\nLUMORA_TRACE "), std::string("  build 7 "), std::string("  a text for every record"),
+        "  " + dp::LmInfo::Instance().GetLmtrbFile("ja", "lumora", "lmkutil") + "\n"}) {
     EXPECT_THAT(result.out, HasSubstr(part));
   }
   EXPECT_THAT(result.out, EndsWith("\n\nProblems found: 0\n"));

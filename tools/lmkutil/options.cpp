@@ -8,9 +8,11 @@
 namespace lmkutil {
 namespace {
 
-// The help of a command is one text of the resources, so that translations keep their own columns.
+// What every command needs. Its help is one text of the resources, so that translations keep their own
+// columns.
 void UseHelpText(CLI::App& app, const Resources& resources, const char* tag) {
   app.set_help_flag("-h,--help");
+  app.allow_windows_style_options(false);  // "/part" is a path, on every target
   app.formatter_fn([&resources, tag](const CLI::App*, const std::string&, CLI::AppFormatMode) {
     return resources.Text(tag) + "\n";
   });
