@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstdint>
 #include <exception>
 #include <limits>
 #include <memory>
@@ -11,9 +12,11 @@
 
 #include "lmkutils/memory/common_allocated.h"
 #include "lmkutils/memory/common_allocator.h"
+#include "lmkutils/os/process.h"
 #include "lmkutils/os/thread.h"
 #include "lmkutils/platform/internal/task_queue.h"
 #include "lmkutils/platform/internal/task_run.h"
+#include "lmkutils/platform/internal/thread_trace.h"
 #include "lmkutils/platform/object_level_lockable.h"
 #include "lmkutils/platform/thread.h"
 #include "lmkutils/text/internal/lasting_symbol.h"
@@ -23,11 +26,28 @@ namespace du {
 
 using internal::Admission;
 
+namespace {
+
+const Symbol& UnknownTask() {
+  static const internal::LastingSymbol name("<unknown task>");
+  return name.Get();
+}
+
+// A pool in static storage runs the rest of its tasks at the end of the process, and these have names:
+// symbols that are older than the pool outlast it.
+void MakeSymbols() noexcept {
+  try {
+    UnknownTask();
+  } catch (const std::exception&) {  // it lacks that then
+  }
+}
+
+}  // namespace
+
 Task::~Task() = default;
 
 Symbol Task::GetName() {
-  static const internal::LastingSymbol name("<unknown task>");
-  return name.Get();
+  return UnknownTask();
 }
 
 float Task::GetPriority() {
@@ -56,6 +76,7 @@ struct TaskPool::Impl : CommonAllocated, dp::ObjectLevelLockable<TaskPool::Impl*
   class Worker;
   enum class State { kRunning, kStopping, kStopped };
   enum class Ended { kThreads, kBodies };
+  static constexpr unsigned kMostDrains = 16;  // of one worker, each inside of the other
 
   unsigned target = 0;   // what StartTaskPool goes back to
   unsigned current = 0;  // workers started minus those told to stop
@@ -67,6 +88,7 @@ struct TaskPool::Impl : CommonAllocated, dp::ObjectLevelLockable<TaskPool::Impl*
   std::vector<Worker*, CommonAllocator<Worker*>> workers;
   std::atomic<unsigned> finished{0};    // of these, whose bodies are over
   std::atomic<unsigned> references{1};  // of the pool and of the workers
+  const std::uint32_t process = os::ProcessId();
 
   ~Impl() override { Reap(Ended::kBodies); }
   void Drop() noexcept {
@@ -81,6 +103,9 @@ struct TaskPool::Impl : CommonAllocated, dp::ObjectLevelLockable<TaskPool::Impl*
   void Close() noexcept;
 
   void Work(Worker& self) noexcept;
+
+  // The workers are gone, perhaps inside of a lock: killed at the end of the process, or left behind by fork.
+  bool HasLostWorkers() const noexcept { return os::OtherThreadsKilled() || os::ProcessId() != process; }
 
  private:
   bool StartWorker() noexcept;
@@ -109,6 +134,7 @@ class TaskPool::Impl::Worker : public dp::Thread, public CommonAllocated {
 
   bool isDismissed = false;  // has taken its order to end inside of a task; its own thread's
   bool hasLeft = false;      // takes no more entries; its own thread's
+  unsigned drains = 0;       // CompletePendingTasks of its tasks under way; its own thread's
   bool isFinished = false;   // under the lock of the Impl
 
  private:
@@ -131,6 +157,7 @@ bool TaskPool::Impl::StartWorker() noexcept {
     }
     references.fetch_sub(1, std::memory_order_relaxed);
   } catch (const std::exception&) {
+    dp::internal::TraceThreadNotCreated(os::kErrorNotEnoughMemory);
   }
   return false;
 }
@@ -185,14 +212,18 @@ unsigned TaskPool::Impl::SetTarget(unsigned count) noexcept {
 }
 
 void TaskPool::Impl::Complete() noexcept {
+  Worker* const self = OwnWorker();
+  if (self != nullptr && self->drains == kMostDrains) return;
   {
     const Guard guard(*this);
     if (live == 0) return;
     ++drains;
     UpdateAdmission();
   }
-  if (OwnWorker() != nullptr) {
+  if (self != nullptr) {
+    ++self->drains;
     for (SmartPtr<Task> task; queue.TryPopTask(task); task.reset()) internal::RunTask(*task);
+    --self->drains;
   } else {
     while (queue.Count() != 0 && CountWorkers() != 0) Timer::SleepMilliSeconds(10);
   }
@@ -305,13 +336,13 @@ void TaskPool::Impl::AbortFirst(std::size_t end) noexcept {
     if (task) internal::AbortTask(*task);
 }
 
-// The worker that runs on the calling thread, or null.
+// The worker that runs on the calling thread, or null; a thread that is at its exit calls is like any other.
 TaskPool::Impl::Worker* TaskPool::Impl::OwnWorker() const noexcept {
   const dp::Thread* const thread = dp::Thread::GetCurrentThread();
   if (thread == nullptr) return nullptr;
   const Guard guard(*this);
   const auto found = std::find(workers.begin(), workers.end(), thread);
-  return found == workers.end() ? nullptr : *found;
+  return found == workers.end() || (*found)->isFinished ? nullptr : *found;
 }
 
 unsigned TaskPool::Impl::CountWorkers() const noexcept {
@@ -339,13 +370,13 @@ void TaskPool::Impl::Reap(Ended which) noexcept {
 // -- TaskPool
 
 TaskPool::TaskPool(unsigned targetThreads) : impl_(new Impl) {
+  MakeSymbols();
   impl_->SetTarget(targetThreads);
   impl_->Start();
 }
 
-// The threads are lost, perhaps inside of a lock, when others are: nothing is waited for then.
 TaskPool::~TaskPool() {
-  if (os::OtherThreadsKilled()) return;
+  if (impl_->HasLostWorkers()) return;
   impl_->Close();
   impl_->Drop();
 }
@@ -368,7 +399,7 @@ unsigned TaskPool::SetTargetThreads(unsigned targetThreads) noexcept {
 }
 
 void TaskPool::CompletePendingTasks() {
-  if (!os::OtherThreadsKilled()) impl_->Complete();
+  if (!impl_->HasLostWorkers()) impl_->Complete();
 }
 
 void TaskPool::StartTaskPool() {
@@ -376,7 +407,7 @@ void TaskPool::StartTaskPool() {
 }
 
 void TaskPool::StopTaskPool() {
-  if (!os::OtherThreadsKilled()) impl_->Stop();
+  if (!impl_->HasLostWorkers()) impl_->Stop();
 }
 
 }  // namespace du

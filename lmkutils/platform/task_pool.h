@@ -50,15 +50,16 @@ class LMK_API Task : public RefCounted {
 // Begins and ends of tasks are traced at Debug level, failures as Errors, under "du" "TaskPool".
 class LMK_API TaskPool {
  public:
-  // Starts the threads. Those that cannot be started are missing, which is traced. Throws std::bad_alloc.
+  // Starts the threads. Those that cannot be started are missing, which is traced. Throws std::bad_alloc,
+  // or std::runtime_error without a semaphore.
   TaskPool() : TaskPool(3) {}
   explicit TaskPool(unsigned targetThreads);
   TaskPool(const TaskPool&) = delete;
   TaskPool& operator=(const TaskPool&) = delete;
 
   // As StopTaskPool. Called by a task of the pool it runs what is queued before it, with the other threads,
-  // and waits for these; its own thread ends after that task. At the end of a process that has lost the other
-  // threads already, it leaves everything as it is.
+  // and waits for these; its own thread ends after that task. When the threads are lost, because the end of
+  // the process has killed them or because this is a process made by fork, it leaves everything as it is.
   ~TaskPool();
 
   // Queues a task, or runs it before returning when the target is 0, or when there is no thread and none can
@@ -79,7 +80,8 @@ class LMK_API TaskPool {
 
   // Accepts no tasks until the queue is empty: every task that was inserted before has begun then, and may
   // still run. Ends early when there are no threads (more). Called by a task of the pool it runs tasks itself
-  // until the queue is empty, or a thread's order to end is at its front.
+  // until the queue is empty, or a thread's order to end is at its front; but when those do so too, sixteen
+  // inside of each other, the next returns at once, for the sake of the stack.
   void CompletePendingTasks();
 
   // Starts as many threads as the target says, and accepts tasks. Waits for a StopTaskPool that is under way;

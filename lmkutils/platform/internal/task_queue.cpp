@@ -203,7 +203,9 @@ bool TaskQueue::TryPopTask(SmartPtr<Task>& task) noexcept {
 
 bool TaskQueue::TryPopBefore(std::size_t end, SmartPtr<Task>& task) noexcept {
   const WorkersLock::Guard guard(workersLock_);
-  if (taken_.load(std::memory_order_relaxed) == end || Available() == 0) return false;
+  // Below 0 when others have taken what came behind.
+  const auto left = static_cast<std::ptrdiff_t>(end - taken_.load(std::memory_order_relaxed));
+  if (left <= 0 || Available() == 0) return false;
   task = SmartPtr<Task>::Attach(TakeFront());
   return true;
 }
