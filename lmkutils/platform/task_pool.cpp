@@ -26,28 +26,11 @@ namespace du {
 
 using internal::Admission;
 
-namespace {
-
-const Symbol& UnknownTask() {
-  static const internal::LastingSymbol name("<unknown task>");
-  return name.Get();
-}
-
-// A pool in static storage runs the rest of its tasks at the end of the process, and these have names:
-// symbols that are older than the pool outlast it.
-void MakeSymbols() noexcept {
-  try {
-    UnknownTask();
-  } catch (const std::exception&) {  // it lacks that then
-  }
-}
-
-}  // namespace
-
 Task::~Task() = default;
 
 Symbol Task::GetName() {
-  return UnknownTask();
+  static const internal::LastingSymbol name("<unknown task>");
+  return name.Get();
 }
 
 float Task::GetPriority() {
@@ -370,7 +353,6 @@ void TaskPool::Impl::Reap(Ended which) noexcept {
 // -- TaskPool
 
 TaskPool::TaskPool(unsigned targetThreads) : impl_(new Impl) {
-  MakeSymbols();
   impl_->SetTarget(targetThreads);
   impl_->Start();
 }

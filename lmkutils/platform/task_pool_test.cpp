@@ -72,7 +72,11 @@ class Gate {
     tasks_ += workers;
     for (unsigned i = 0; i < workers; ++i) inside_.Wait(0);
   }
-  void Open() { open_.Signal(std::exchange(held_, 0)); }
+  // Returns when they have left it, so that it may go.
+  void Open() {
+    open_.Signal(held_);
+    for (; held_ != 0; --held_) left_.Wait(0);
+  }
 
  private:
   dp::Semaphore inside_;

@@ -47,7 +47,9 @@ class Release {
 // Held by the Thread objects (together one reference) and by the running body.
 struct Thread::Impl {
   Impl(const char* threadName, unsigned stack)
-      : name(threadName == nullptr ? "" : threadName), stackSize(stack) {}
+      : name(threadName == nullptr ? "" : threadName), stackSize(stack) {
+    internal::RequireUsable(guard);
+  }
 
   internal::ThreadLifeTimeTracker exitCalls;
   std::atomic<unsigned> references{1};

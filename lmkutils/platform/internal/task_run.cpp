@@ -2,6 +2,7 @@
 
 #include <exception>
 
+#include "lmkutils/platform/dead_reference.h"
 #include "lmkutils/trace/internal/tracing.h"
 #include "lmkutils/trace/lm_debug_tracer.h"
 #include "lmkutils/trace/lm_tracer.h"
@@ -9,10 +10,14 @@
 namespace du::internal {
 namespace {
 
-// Without tracing the name, which may have to be made, is not asked for.
+// Without tracing the name, which may have to be made, is not asked for. At the end of the process it cannot
+// be made any more: a task of a static pool runs all the same, without a trace.
 void TraceName(const char* format, Task& task) {
   if (dp::internal::TracingIsOff()) return;
-  dp::LMDebugTracer("du", "TaskPool")(format, task.GetName().safe_c_str());
+  try {
+    dp::LMDebugTracer("du", "TaskPool")(format, task.GetName().safe_c_str());
+  } catch (const dp::DeadReference&) {
+  }
 }
 
 // Inside a catch block.
