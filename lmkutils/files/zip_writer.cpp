@@ -188,7 +188,8 @@ bool ZipWriter::AddDirectory(ZipOutput& archive, const std::string& nameInZip, s
   if (code != ZIP_OK)
     return Fail(archive, {ZipProblem::kCannotWriteArchive, code, kOpeningMember, archive.Error()}, nameInZip);
   archive.Count(true);
-  return true;
+  if (observer_ != nullptr && !observer_->Progress(nameInZip, 0)) archive.Stop();
+  return !archive.IsStopped();
 }
 
 bool ZipWriter::WriteInFileInZip(const std::string& path, void* zipHandle) {

@@ -13,6 +13,7 @@
 #include "tools/lmkutil/pseudo.h"
 #include "tools/lmkutil/query.h"
 #include "tools/lmkutil/resources.h"
+#include "tools/lmkutil/zip.h"
 
 #include "lmkutils/platform/command_line.h"
 #include "lmkutils/trace/lm_trace_controller.h"
@@ -55,6 +56,14 @@ ExitStatus Run(const std::vector<std::string>& arguments) {
       return Catalog(options, resources);
     case Command::kQuery:
       return Query(options, resources);
+    case Command::kZipCreate:
+      return ZipCreate(options, resources);
+    case Command::kZipList:
+      return ZipList(options, resources);
+    case Command::kZipExtract:
+      return ZipExtract(options, resources);
+    case Command::kZipTest:
+      return ZipTest(options, resources);
     case Command::kPrint:
       break;
   }

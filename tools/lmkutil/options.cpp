@@ -52,6 +52,12 @@ class Parser {
     AddDoctor();
     AddCatalog();
     AddQuery();
+    UseHelpText(*zip_, resources, "HELP_ZIP");
+    zip_->require_subcommand(1);
+    AddZipCreate();
+    AddZipList();
+    AddZipExtract();
+    AddZipTest();
   }
 
   // As ParseOptions.
@@ -151,6 +157,43 @@ class Parser {
     doctor_->callback([this] { options_.command = Command::kDoctor; });
   }
 
+  void AddZipCreate() {
+    UseHelpText(*zipCreate_, resources_, "HELP_ZIP_CREATE");
+    zipCreate_->add_option("ARCHIVE", options_.file)->required();
+    CLI::Option* const paths = zipCreate_->add_option("PATH", options_.files);
+    zipCreate_->add_option("-x,--exclude", options_.excluded)->allow_extra_args(false);
+    CLI::Option* const query = zipCreate_->add_option("--from-query", selection_)->expected(2);
+    query->excludes(paths);
+    zipCreate_->callback([this] {
+      options_.command = Command::kZipCreate;
+      if (selection_.empty() && options_.files.empty()) throw CLI::RequiredError("PATH");
+      if (selection_.empty()) return;
+      options_.catalogue = selection_.front();
+      options_.query = selection_.back();
+    });
+  }
+  void AddZipList() {
+    UseHelpText(*zipList_, resources_, "HELP_ZIP_LIST");
+    zipList_->add_option("ARCHIVE", options_.file)->required();
+    zipList_->callback([this] { options_.command = Command::kZipList; });
+  }
+  void AddZipExtract() {
+    UseHelpText(*zipExtract_, resources_, "HELP_ZIP_EXTRACT");
+    AddMembers(*zipExtract_);
+    zipExtract_->add_option("-d,--directory", options_.out);
+    zipExtract_->callback([this] { options_.command = Command::kZipExtract; });
+  }
+  void AddZipTest() {
+    UseHelpText(*zipTest_, resources_, "HELP_ZIP_TEST");
+    AddMembers(*zipTest_);
+    zipTest_->callback([this] { options_.command = Command::kZipTest; });
+  }
+  void AddMembers(CLI::App& command) {
+    command.add_option("ARCHIVE", options_.file)->required();
+    command.add_option("NAME", options_.files);
+    command.add_flag("--no-limits", options_.noLimits);
+  }
+
   // Whether all of the text is a number, which is then in `number`.
   static bool TakeNumber(const std::string& text, unsigned& number) {
     const char* const end = text.data() + text.size();
@@ -198,6 +241,12 @@ class Parser {
   CLI::App* doctor_ = app_.add_subcommand("doctor");
   CLI::App* catalog_ = app_.add_subcommand("catalog");
   CLI::App* query_ = app_.add_subcommand("query");
+  CLI::App* zip_ = app_.add_subcommand("zip");
+  CLI::App* zipCreate_ = zip_->add_subcommand("create");
+  CLI::App* zipList_ = zip_->add_subcommand("list");
+  CLI::App* zipExtract_ = zip_->add_subcommand("extract");
+  CLI::App* zipTest_ = zip_->add_subcommand("test");
+  std::vector<std::string> selection_;  // a catalogue and a query
 };
 
 }  // namespace

@@ -23,6 +23,10 @@ enum class Command {
   kDoctor,
   kCatalog,
   kQuery,
+  kZipCreate,
+  kZipList,
+  kZipExtract,
+  kZipTest
 };
 
 struct Options {
@@ -44,6 +48,10 @@ struct Options {
   std::string out;                 // kPseudo, kExtract, kImport, kCatalog: the file to write, or empty
   bool dot = false;                // kMemory: the graph instead of tables
   std::string svg;                 // kMemory: the file to draw the graph into, or empty
+  // kZip...: the archive is `file`, `files` are paths to pack, or members, `out` is the folder to unpack into
+  std::vector<std::string> excluded;  // kZipCreate
+  std::string catalogue;              // kZipCreate: whose files to pack that `query` selects, or empty
+  bool noLimits = false;              // kZipExtract, kZipTest
 };
 
 // What the arguments (the first is the program's name) ask for. False, and what is wrong in `error`, when
