@@ -15,7 +15,7 @@ import statistics
 import subprocess
 import sys
 
-AREAS = ("symbol", "trace", "locks", "tasks", "time", "messages", "localizer", "paths", "lines", "buffers", "binary", "sections", "queries", "memory", "catalogue")
+AREAS = ("symbol", "trace", "locks", "tasks", "time", "messages", "localizer", "paths", "lines", "buffers", "binary", "sections", "zip", "queries", "memory", "catalogue")
 OURS, FLOOR = "lmkutils", "floor: "
 # The loader sets room aside for the per-thread data of peers that a program loads later.
 ENVIRONMENT = os.environ | {"GLIBC_TUNABLES": "glibc.rtld.optional_static_tls=16384"}
@@ -56,6 +56,7 @@ GOALS = (
     Goal("binary", r"as an array", "floor", 1 / 1.2),
     Goal("sections", r"", "peers", 1),
     Goal("sections", r"", "floor", 1 / 1.05),
+    Goal("zip", r"", "peers", 1),
     Goal("queries", r"^(?!held)", "peers", 1),
     Goal("queries", r"^held", 24.0, 1),
     Goal("memory", r"^(?!held)(?!handed)(?!.*threads$)", "peers", 1 / 1.05),

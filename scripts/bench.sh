@@ -1,7 +1,7 @@
 #!/bin/sh
 # Measures the library beside other libraries that do the same work.
 #   scripts/bench.sh [AREA...] [--rows EXPRESSION] [--turns N] [--write]
-# AREA is symbol, trace, locks, tasks, time, messages, localizer, paths, lines, buffers, binary, sections, queries, memory
+# AREA is symbol, trace, locks, tasks, time, messages, localizer, paths, lines, buffers, binary, sections, zip, queries, memory
 # or catalogue; all of them when none is given. --write puts the tables into docs/performance.md too. Peers that this machine
 # does not have and cannot install are left out.
 set -eu
@@ -10,7 +10,7 @@ cd "$(dirname "$0")/.."
 
 lmk_ensure g++ cmake ninja-build libutfcpp-dev zlib1g-dev libpcre2-dev libbenchmark-dev python3
 for peer in libspdlog-dev libfmt-dev libboost-dev libboost-filesystem-dev libboost-log-dev libtbb-dev libicu-dev qtbase5-dev \
-    qttools5-dev-tools gettext libsqlite3-dev libmimalloc2.0 libjemalloc2 libtcmalloc-minimal4; do
+    qttools5-dev-tools gettext libsqlite3-dev libmimalloc2.0 libjemalloc2 libtcmalloc-minimal4 zip unzip libzip-dev; do
   lmk_ensure "$peer" || echo "without the peer $peer" >&2
 done
 
