@@ -183,14 +183,13 @@ Admission TaskPool::Impl::Revive() noexcept {
 
 unsigned TaskPool::Impl::SetTarget(unsigned count) noexcept {
   const Guard guard(*this);
-  if (state != State::kStopping) {
-    while (current < count && StartWorker()) {
-    }
-    if (current > count) queue.PushStopOrders(current - count);
-    current = std::min(current, count);
-  }
   const unsigned previous = std::exchange(target, count);
-  UpdateAdmission();
+  while (state != State::kStopping && current < count && StartWorker()) {
+  }
+  const unsigned surplus = current - std::min(current, count);
+  current -= surplus;
+  UpdateAdmission();  // first, lest a task come behind the last order to end
+  queue.PushStopOrders(surplus);
   return previous;
 }
 
