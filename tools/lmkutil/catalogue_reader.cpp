@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <new>
+#include <numeric>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -77,6 +78,8 @@ class Decoder {
     ids_.resize(count);
     values_.resize(count);
     if (!body.Get(ids_.data(), count) || !body.Get(values_.data(), count)) return false;
+    std::partial_sum(ids_.begin(), ids_.end(), ids_.begin());
+    std::partial_sum(values_.begin(), values_.end(), values_.begin());
     for (unsigned i = 0; i < count; ++i) {
       if (values_[i] >= texts_.size()) return false;
       records_.AddAttribute(ids_[i], texts_[name], texts_[values_[i]]);

@@ -60,8 +60,19 @@ class Encoder {
   void AddColumn(Attributes::const_iterator first, Attributes::const_iterator end) {
     Put(columns_, NumberOf(first->name));
     Put(columns_, static_cast<unsigned>(end - first));
-    for (auto at = first; at != end; ++at) Put(columns_, at->id);
-    for (auto at = first; at != end; ++at) Put(columns_, NumberOf(at->value));
+    PutSteps(first, end, [](const du::Dbase::IdValue& entry) { return entry.id; });
+    PutSteps(first, end, [this](const du::Dbase::IdValue& entry) { return NumberOf(entry.value); });
+  }
+
+  // Most numbers are one more than the one before: as differences they take the compression no time.
+  template <class Number>
+  void PutSteps(Attributes::const_iterator first, Attributes::const_iterator end, Number number) {
+    unsigned before = 0;
+    for (auto at = first; at != end; ++at) {
+      const unsigned now = number(*at);
+      Put(columns_, now - before);
+      before = now;
+    }
   }
 
   // Texts are numbered in the order of their first use; the empty one is 0.

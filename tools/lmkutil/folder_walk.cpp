@@ -50,7 +50,7 @@ FileNote NoteOf(const du::FileSpec& file) {
   file.GetFile(&text);
   note.name = text;
   file.GetFileExtension(&text);
-  const std::size_t dot = text.find('.');  // only before a version
+  const std::size_t dot = text.rfind('.');  // only before a version
   note.extension = text.substr(0, dot);
   if (dot != text.npos) note.version = text.substr(dot + 1);
   return note;

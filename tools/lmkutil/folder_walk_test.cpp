@@ -55,6 +55,7 @@ TEST_F(FolderWalkTest, NotesWhatFilesAre) {
   folder_.Write("plain", "123456789");
   folder_.Write("gear.prt.12", "\x05\x06\x13 part");
   folder_.Write("log.2024", "");
+  folder_.Write("a.b.c.7", "");
   folder_.Write("a.lms", "LM-LMS \xE4");
   folder_.Write("short.lms", "LM-LM");
   folder_.Write("b.doc", "\xD0\xCF\x11\xE0");
@@ -67,16 +68,17 @@ TEST_F(FolderWalkTest, NotesWhatFilesAre) {
   const auto notes = Notes(walk, folder_.Path());
   ASSERT_EQ(notes.size(), 2U);
   EXPECT_THAT(notes.at(""),
-              ElementsAre("a.lms lms  8 2D9AAD18 product structure", "b.doc doc  4 6E307690 binary",
-                          "gear.prt.12 prt 12 8 62DA14DC binary", "large.txt txt  65536 2CB4589A text",
-                          "larger.txt txt  65537 2F4CA2AF binary", "log.2024 2024  0 00000000 text",
-                          "plain   9 CBF43926 text", "short.lms lms  5 566B2A22 text"));
+              ElementsAre("a.b.c.7 b.c 7 0 00000000 text", "a.lms lms  8 2D9AAD18 product structure",
+                          "b.doc doc  4 6E307690 binary", "gear.prt.12 prt 12 8 62DA14DC binary",
+                          "large.txt txt  65536 2CB4589A text", "larger.txt txt  65537 2F4CA2AF binary",
+                          "log.2024 2024  0 00000000 text", "plain   9 CBF43926 text",
+                          "short.lms lms  5 566B2A22 text"));
   EXPECT_THAT(notes.at(separator + "below"), ElementsAre("ö.tar.gz gz  2 830C80CB binary"));
   EXPECT_EQ(walk.Counts().folders, 3U);
-  EXPECT_EQ(walk.Counts().filesFound, 9U);
-  EXPECT_EQ(walk.Counts().filesDone, 9U);
+  EXPECT_EQ(walk.Counts().filesFound, 10U);
+  EXPECT_EQ(walk.Counts().filesDone, 10U);
   const FileNote& first = walk.Folders().front().files.front();
-  EXPECT_EQ(first.path, folder_.File("a.lms"));
+  EXPECT_EQ(first.path, folder_.File("a.b.c.7"));
   EXPECT_THAT(std::string(first.time), testing::StartsWith("20"));
   EXPECT_EQ(std::string(first.time).size(), 20U);
 }
