@@ -73,5 +73,11 @@ run query query "$trace/share.lmkcat" '<name> EQ <.*[Ll]icen[cs]e.*> AND <kind> 
 run query-json query --json "$trace/share.lmkcat" '<version>' | head -n 12
 run query-wrong query "$trace/share.lmkcat" '<name> EQ <copyright> AN <size>' 2>&1
 
+title "What one of them found, packed and unpacked again"
+run zip-create zip create "$trace/licenses.zip" --from-query "$trace/share.lmkcat" '<name> EQ <.*[Ll]icen[cs]e.*> AND <kind> EQ <text>'
+run zip-list zip list "$trace/licenses.zip" | tail -n 3
+run zip-test zip test "$trace/licenses.zip"
+run zip-extract zip extract -d "$trace/unpacked" "$trace/licenses.zip" | tail -n 2
+
 title "What was traced"
 cat "$trace"/show-de.json "$trace"/unknown-de.json "$trace"/mistakes.json
