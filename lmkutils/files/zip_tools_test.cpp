@@ -11,6 +11,7 @@
 #include "lmkutils/files/file_system.h"
 #include "lmkutils/files/zip_reader.h"
 #include "lmkutils/files/zip_writer.h"
+#include "lmkutils/os/capabilities.h"
 #include "lmkutils/platform/environment.h"
 #include "lmkutils/testing/child_process.h"
 #include "lmkutils/testing/temp_dir.h"
@@ -30,7 +31,7 @@ constexpr const char* kUnicodeName = "gr\xC3\xBC\xC3\x9F.txt";
 // False when the machine does not have the program.
 bool RunTool(const std::vector<std::string>& command, ChildResult* result) {
   std::vector<std::string> found{"/usr/bin/env"};
-  if (!FileSystem::FileExists(found[0].c_str())) return false;
+  if (os::GetCapabilities().absolutePathsHaveDrive) return false;
   found.insert(found.end(), command.begin(), command.end());
   *result = RunChild(found, {{"LC_ALL", "C.UTF-8"}});
   return result->exitCode != 127;
