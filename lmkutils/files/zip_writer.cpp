@@ -203,9 +203,17 @@ bool ZipWriter::WriteInFileInZip(const std::string& path, const std::string& nam
   if (archive.IsStopped()) return false;
   if (!internal::IsMemberName(nameInZip) || nameInZip.ends_with('/'))
     return Fail(archive, {ZipProblem::kNameNotAllowed, ZIP_PARAMERROR, kOpeningMember}, path);
+  const auto passOverItself = [&] {
+    Tracer()(dp::TraceType::Info, "ZipWriter: %s is the archive itself", path.c_str());
+    return archive.IsInTree() ||
+           Fail(archive, {ZipProblem::kCannotReadFile, ZIP_PARAMERROR, kOpeningSource}, path);
+  };
   OpenedFile source;
+  os::FileStatus status;
   if (!source.OpenForReading(path)) {
     const os::SystemError error = os::LastSystemError();
+    if (os::QueryStatus(path.c_str(), &status) == os::kSuccess && archive.IsOwnFile(status.identity))
+      return passOverItself();  // Windows does not open what is being written
     if (archive.IsInTree() && IsLinkToDirectory(path)) {
       Tracer()(dp::TraceType::Warning, "ZipWriter: %s leads to a directory and is left out", path.c_str());
       return true;
@@ -213,13 +221,8 @@ bool ZipWriter::WriteInFileInZip(const std::string& path, const std::string& nam
     return Fail(archive, {ZipProblem::kCannotReadFile, ZIP_ERRNO, kOpeningSource, error}, path);
   }
 
-  os::FileStatus status;
   const bool isKnown = os::QueryFileStatus(source.Get(), &status) == os::kSuccess;
-  if (isKnown && archive.IsOwnFile(status.identity)) {
-    Tracer()(dp::TraceType::Info, "ZipWriter: %s is the archive itself", path.c_str());
-    return archive.IsInTree() ||
-           Fail(archive, {ZipProblem::kCannotReadFile, ZIP_PARAMERROR, kOpeningSource}, path);
-  }
+  if (isKnown && archive.IsOwnFile(status.identity)) return passOverItself();
   const ZipMemberHeader header{
       .name = nameInZip,
       .modified = isKnown ? internal::SecondsOfFileTime(status.modified) : os::WallSeconds(),

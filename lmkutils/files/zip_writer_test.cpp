@@ -207,7 +207,9 @@ TEST(ZipWriterTest, AnUnreadableFileLeavesTheOthers) {
   for (const char* name : {"tree/a", "tree/b", "tree/c"}) dir.Write(name, name);
   const std::string archive = dir.File("archive.zip");
   {
-    const Arming fault(Call::kFileOpen, {.first = 2, .error = os::kErrorAccessDenied});
+    // Twice where the long form of the path is tried too.
+    const std::uint64_t count = os::GetCapabilities().absolutePathsHaveDrive ? 2 : 1;
+    const Arming fault(Call::kFileOpen, {.first = 2, .count = count, .error = os::kErrorAccessDenied});
     EXPECT_FALSE(ZipWriter(archive).AddAllFilesFromDir(dir.File("tree"), kCreate, true));
   }
   EXPECT_THAT(NamesIn(archive), SizeIs(2));

@@ -5,6 +5,7 @@
 #include "tools/lmkutil/result_file.h"
 #include "tools/lmkutil/string_lines.h"
 #include "tools/lmkutil/string_table.h"
+#include "tools/lmkutil/text_file.h"
 
 #include "lmkutils/text/corrupt_message.h"
 
@@ -20,7 +21,7 @@ ExitStatus WritePseudo(const Options& options, const Resources& resources) {
     line.text = line.text.substr(0, value) + du::CorruptMessage(line.value);
   }
   const std::string pseudo = JoinStringFile(file);
-  if (options.out.empty()) return Print(pseudo, resources);
+  if (options.out.empty()) return Print(WithoutCarriageReturns(pseudo), resources);
   return WriteResult(options.out, pseudo, {options.file}, resources);
 }
 

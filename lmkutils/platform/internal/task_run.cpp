@@ -3,6 +3,7 @@
 #include <exception>
 
 #include "lmkutils/platform/dead_reference.h"
+#include "lmkutils/text/symbol.h"
 #include "lmkutils/trace/internal/tracing.h"
 #include "lmkutils/trace/lm_debug_tracer.h"
 #include "lmkutils/trace/lm_tracer.h"
@@ -11,9 +12,10 @@ namespace du::internal {
 namespace {
 
 // Without tracing the name, which may have to be made, is not asked for. At the end of the process it cannot
-// be made any more: a task of a static pool runs all the same, without a trace.
+// be made any more: a task of a static pool runs all the same, without a trace. Where it can be foreseen
+// nothing is thrown, since not every target catches exceptions so late.
 void TraceName(const char* format, Task& task) {
-  if (dp::internal::TracingIsOff()) return;
+  if (dp::internal::TracingIsOff() || symbolTableGone.load(std::memory_order_relaxed)) return;
   try {
     dp::LMDebugTracer("du", "TaskPool")(format, task.GetName().safe_c_str());
   } catch (const dp::DeadReference&) {
