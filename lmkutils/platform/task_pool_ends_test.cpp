@@ -1,7 +1,6 @@
 // How pools end, and what they do when memory or threads are missing.
 #include <algorithm>
 #include <atomic>
-#include <cstdio>
 #include <new>
 #include <stdexcept>
 #include <string>
@@ -18,10 +17,8 @@
 #include "lmkutils/platform/thread.h"
 #include "lmkutils/testing/child_process.h"
 #include "lmkutils/testing/shortage.h"
-#include "lmkutils/testing/temp_dir.h"
 #include "lmkutils/testing/threads.h"
 #include "lmkutils/testing/trace_recorder.h"
-#include "lmkutils/trace/lm_trace_controller.h"
 
 namespace {
 
