@@ -31,7 +31,7 @@ void Require(bool condition, const char* what) {
 const fs::path& Folder() {
   static const fs::path folder = [] {
     const auto name = "lmk-zip-fuzzer-" + std::to_string(std::random_device()());
-    const fs::path path = fs::temp_directory_path() / name;
+    fs::path path = fs::temp_directory_path() / name;
     fs::create_directory(path);
     std::ofstream(path / "file") << "added";
     return path;

@@ -147,12 +147,10 @@ bool TaskPool::Impl::StartWorker() noexcept {
 
 Admission TaskPool::Impl::UpdateAdmission() noexcept {
   Admission admission = Admission::kQueue;
-  if (state != State::kRunning) {
+  if (state != State::kRunning || (drains != 0 && target != 0)) {
     admission = Admission::kRefuse;
   } else if (target == 0) {
     admission = Admission::kRunHere;
-  } else if (drains != 0) {
-    admission = Admission::kRefuse;
   } else if (current == 0) {
     admission = Admission::kNoWorkers;
   }
@@ -168,8 +166,8 @@ bool TaskPool::Impl::Insert(const SmartPtr<Task>& task) {
   while (admission == Admission::kNoWorkers && Revive() != Admission::kNoWorkers)
     admission = queue.Push(*task);
   if (admission == Admission::kRunHere || admission == Admission::kNoWorkers) {
-    const SmartPtr<Task> kept = task;
-    internal::RunTask(*kept);  // which may destroy the pool
+    const SmartPtr<Task> kept = task;  // NOLINT(performance-unnecessary-copy-initialization): `task` may go
+    internal::RunTask(*kept);          // which may destroy the pool
     return true;
   }
   return admission == Admission::kQueue;
