@@ -10,7 +10,7 @@
 namespace bench {
 namespace {
 
-constexpr std::size_t kSize = 20'000'000;
+constexpr std::size_t kSize = 50'000'000;
 
 class Folder {
  public:

@@ -7,11 +7,11 @@
 
 namespace bench {
 
-// 20 MB of numbers and text, as files of ours hold them, which pack to about a third. All work with buffers
+// 50 MB of numbers and text, as files of ours hold them, which pack to about a third. All work with buffers
 // of 64 KiB for plain data; files lie in the system's file cache.
-inline constexpr char kPackDefault[] = "20 MB into a section, default level";
-inline constexpr char kPackBest[] = "20 MB into a section, best level";
-inline constexpr char kUnpack[] = "20 MB out of a section";
+inline constexpr char kPackDefault[] = "50 MB into a section, default level";
+inline constexpr char kPackBest[] = "50 MB into a section, best level";
+inline constexpr char kUnpack[] = "50 MB out of a section";
 inline constexpr std::size_t kBufferSize = 65536;
 
 const std::string& Plain();

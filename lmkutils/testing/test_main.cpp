@@ -3,17 +3,15 @@
 
 #include <gmock/gmock.h>
 
-#include "lmkutils/os/capabilities.h"
 #include "lmkutils/testing/child_process.h"
 
 namespace {
 
-// Where exit kills threads, the framework starts one with the first message of a test that is skipped or
-// fails. Wine crashes now and again when it has to kill a thread that is still starting.
+// On Windows the framework starts a thread with the first message of a test that is skipped or fails. Wine
+// crashes now and again when it has to kill a thread that is still starting.
 void LetThreadOfFrameworkStart() {
   const testing::UnitTest& tests = *testing::UnitTest::GetInstance();
-  const bool hasMessages = tests.skipped_test_count() + tests.failed_test_count() > 0;
-  if (hasMessages && os::GetCapabilities().exitKillsThreads)
+  if (tests.skipped_test_count() + tests.failed_test_count() > 0)
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
 }
 

@@ -8,9 +8,9 @@
 namespace os::testing {
 
 int RunForked(int (*child)()) {
-#if defined(__SANITIZE_ADDRESS__)
-  // This sanitizer's allocator does not keep its locks across a fork: a child made while another thread
-  // allocates hangs in its own first allocation.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+  // These sanitizers' allocators do not keep their locks across a fork: a child made while another thread
+  // allocates may hang in its own first allocation.
   static_cast<void>(child);
   return kForkUnknown;
 #else
