@@ -16,7 +16,7 @@ import subprocess
 import sys
 
 AREAS = ("symbol", "trace", "locks", "tasks", "time", "messages", "localizer", "paths", "lines", "buffers", "binary", "sections", "zip", "queries", "memory", "catalogue")
-OURS, FLOOR = "lmkutils", "floor: "
+OURS, FLOOR, OTHER = "lmkutils", "floor: ", "other work: "
 # The loader sets room aside for the per-thread data of peers that a program loads later.
 ENVIRONMENT = os.environ | {"GLIBC_TUNABLES": "glibc.rtld.optional_static_tls=16384"}
 
@@ -75,7 +75,10 @@ class Row:
     unit: str | None = None  # of figures that are no times
 
     def peers(self):
-        return {name: t for name, t in self.times.items() if name != OURS and not name.startswith(FLOOR)}
+        return {name: t for name, t in self.times.items() if name != OURS and not name.startswith((FLOOR, OTHER))}
+
+    def other_work(self):
+        return {f"{n[len(OTHER):]} (other work)": t for n, t in self.times.items() if n.startswith(OTHER)}
 
     def best_peer(self):
         return min(self.peers().items(), key=lambda item: item[1], default=None)
@@ -175,7 +178,7 @@ def shown(nanoseconds, unit=None):
 
 def cells(area, row):
     ours, best, floor = row.times.get(OURS), row.best_peer(), row.floor()
-    others = sorted((t, n) for n, t in row.peers().items() if best and n != best[0])
+    others = sorted((t, n) for n, t in (row.peers() | row.other_work()).items() if not best or n != best[0])
     goals = [text + {True: ": met", False: ": NOT met", None: ""}[reached] for text, reached in goals_of(area, row)]
     if row.allocations is not None:
         goals.append(f"{row.allocations:g} allocations")

@@ -123,7 +123,8 @@ struct UnitsByHand {
 
 const bool registered =
     (AddText<StdGetline>("std::getline"), AddText<PosixGetline>("getline(3)"),
-     AddText<MappedFile<0>>("mapped file"), AddText<MappedFile<MAP_POPULATE>>("mapped file, populated"),
+     AddText<MappedFile<0>>(std::string(kOtherWork) + "mapped file"),
+     AddText<MappedFile<MAP_POPULATE>>(std::string(kOtherWork) + "mapped file, populated"),
      AddText<BytesByHand>(std::string(kFloor) + "read and memchr"),
      AddUtf16<UnitsByHand>(std::string(kFloor) + "unit by unit, by hand"), true);
 
