@@ -9,6 +9,7 @@
 #include "lmkutils/os/capabilities.h"
 #include "lmkutils/os/fault/capabilities.h"
 #include "lmkutils/os/fault/fault.h"
+#include "lmkutils/os/file.h"
 #include "lmkutils/platform/environment.h"
 #include "lmkutils/testing/child_process.h"
 #include "lmkutils/testing/temp_dir.h"
@@ -120,6 +121,20 @@ TEST(FileSystemTest, MakingDirectories) {
   const Arming fault(Call::kDirectoryMake, {.count = os::fault::kForEver, .error = os::kErrorDiskFull});
   EXPECT_FALSE(FileSystem::BuildPath(dir.File("new"), false));
   EXPECT_EQ(FileSystem::GetLastErrorCode(), FileSystem::kDiskFull);
+}
+
+// Deeper than Windows takes without the long form.
+TEST(FileSystemTest, LongPathsAreFound) {
+  const lmktest::TempDir dir;
+  std::string deep = dir.Path();
+  for (int i = 0; i < 4; ++i) deep += "/" + std::string(100, static_cast<char>('a' + i));
+  ASSERT_TRUE(FileSystem::BuildPath(deep, false));
+  os::File file;
+  ASSERT_EQ(os::OpenForAppending((deep + "/file").c_str(), &file), os::kSuccess);
+  os::CloseFile(file);
+  EXPECT_TRUE(os::IsRegularFile((deep + "/file").c_str()));
+  EXPECT_FALSE(os::IsRegularFile((deep + "/other").c_str()));
+  EXPECT_FALSE(os::IsRegularFile(deep.c_str()));
 }
 
 TEST(FileSystemTest, RenamingNeverReplaces) {

@@ -28,26 +28,34 @@ HANDLE OpenWide(const std::wstring& path) {
                      FILE_ATTRIBUTE_NORMAL, nullptr);
 }
 
-}  // namespace
-
-SystemError OpenForAppending(const char* path, File* file) noexcept {
-  *file = File::kNone;
+// Calls `operation` with the path and, when that may be too long, once more with the form that has no limit.
+// It returns whether it succeeded; the system's last error tells why not.
+template <class Operation>
+SystemError WithLongForm(const char* path, Operation operation) noexcept {
   try {
     std::wstring wide;
     if (const SystemError error = win32::Widen(path, wide)) return error;
-    HANDLE handle = OpenWide(wide);
-    SystemError error = handle == INVALID_HANDLE_VALUE ? GetLastError() : kSuccess;
-    if (error == ERROR_PATH_NOT_FOUND || error == ERROR_FILENAME_EXCED_RANGE) {
-      if (const std::wstring longForm = win32::LongForm(wide); !longForm.empty()) {
-        handle = OpenWide(longForm);
-        error = handle == INVALID_HANDLE_VALUE ? GetLastError() : kSuccess;
-      }
-    }
-    *file = win32::FileOf(handle);
-    return error;
+    if (operation(wide)) return kSuccess;
+    const SystemError error = GetLastError();
+    if (error != ERROR_PATH_NOT_FOUND && error != ERROR_FILENAME_EXCED_RANGE) return error;
+    const std::wstring longForm = win32::LongForm(wide);
+    if (longForm.empty()) return error;
+    return operation(longForm) ? kSuccess : GetLastError();
   } catch (const std::exception&) {
     return kErrorNotEnoughMemory;
   }
+}
+
+}  // namespace
+
+SystemError OpenForAppending(const char* path, File* file) noexcept {
+  HANDLE handle = INVALID_HANDLE_VALUE;
+  const SystemError error = WithLongForm(path, [&handle](const std::wstring& wide) {
+    handle = OpenWide(wide);
+    return handle != INVALID_HANDLE_VALUE;
+  });
+  *file = win32::FileOf(handle);
+  return error;
 }
 
 SystemError OpenForReading(const char* path, File* file) noexcept {
@@ -141,11 +149,12 @@ SystemError RenameEntry(const char* from, const char* to) noexcept {
 }
 
 bool IsRegularFile(const char* path) noexcept {
-  std::wstring wide;
-  if (win32::Widen(path, wide) != 0) return false;
-  const DWORD attributes = GetFileAttributesW(wide.c_str());
-  return attributes != INVALID_FILE_ATTRIBUTES &&
-         (attributes & (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_DEVICE)) == 0;
+  DWORD attributes = INVALID_FILE_ATTRIBUTES;
+  const SystemError error = WithLongForm(path, [&attributes](const std::wstring& wide) {
+    attributes = GetFileAttributesW(wide.c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES;
+  });
+  return error == kSuccess && (attributes & (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_DEVICE)) == 0;
 }
 
 }  // namespace os
