@@ -19,9 +19,11 @@
 namespace os {
 
 // Where it came from is kept as identities, not as open descriptors, of which a process has too few for a
-// deep tree: ".." leads back, and the identity proves that it led where it should.
+// deep tree: ".." leads back, and the identity proves that it led where it should. Only out of a directory
+// that may not be passed ".." leads nowhere; nothing below it was entered then, so that one descriptor does.
 struct Tree {
   int directory = -1;  // O_PATH: to enter and change it takes no right to read it
+  int parent = -1;     // of the directory that was entered last, until it is left
   FileIdentity identity;
   std::vector<FileIdentity> above;
 
@@ -30,6 +32,7 @@ struct Tree {
   Tree& operator=(const Tree&) = delete;
   ~Tree() {
     if (directory >= 0) close(directory);
+    if (parent >= 0) close(parent);
   }
 };
 
@@ -59,11 +62,13 @@ SystemError IdentityOf(int descriptor, FileIdentity& identity) noexcept {
   return kSuccess;
 }
 
-// Makes `descriptor` the current directory of the tree.
-void MoveTo(Tree* tree, int descriptor, const FileIdentity& identity) noexcept {
-  if (tree->directory >= 0) close(tree->directory);
+// Makes `descriptor` the current directory of the tree, and `parent`, or none, the one to go back to.
+void MoveTo(Tree* tree, int descriptor, const FileIdentity& identity, int parent) noexcept {
+  if (tree->directory != parent) close(tree->directory);
+  if (tree->parent >= 0 && tree->parent != descriptor) close(tree->parent);
   tree->directory = descriptor;
   tree->identity = identity;
+  tree->parent = parent;
 }
 
 bool IsStep(const char* name) noexcept {
@@ -193,23 +198,24 @@ SystemError TreeEnter(Tree* tree, const std::string& name) noexcept {
     return error;
   }
   tree->above.push_back(tree->identity);
-  MoveTo(tree, below, identity);
+  MoveTo(tree, below, identity, tree->directory);
   return kSuccess;
 }
 
 SystemError TreeLeave(Tree* tree) noexcept {
   if (tree->above.empty()) return kErrorInvalidParameter;
-  const int parent = openat(tree->directory, "..", kToPass);
+  int parent = openat(tree->directory, "..", kToPass);
+  if (parent < 0 && errno == EACCES) parent = tree->parent;
   if (parent < 0) return EnterError();
   FileIdentity identity;
   SystemError error = IdentityOf(parent, identity);
   if (error == kSuccess && identity != tree->above.back()) error = kErrorPathNotFound;
   if (error != kSuccess) {
-    close(parent);
+    if (parent != tree->parent) close(parent);
     return error;
   }
   tree->above.pop_back();
-  MoveTo(tree, parent, identity);
+  MoveTo(tree, parent, identity, -1);
   return kSuccess;
 }
 
