@@ -114,7 +114,7 @@ class LMK_API ZipWriter::FileAdder {
   // As ZipWriter::AddFile.
   bool AddFile(const std::string& path, const std::string& nameInZip);
   // As ZipWriter::AddAllFilesFromDir; the members' names begin with `prefixInZip`, which ends in '/' or is
-  // empty.
+  // empty. A directory without files becomes a member of that name.
   bool AddAllFilesFromDir(const std::string& dir, const std::string& prefixInZip, bool recurse);
 
   // Completes the archive. False when that failed, or one was never open; an archive is then what it was

@@ -134,6 +134,13 @@ TEST(ZipWriterTest, TreesAndExclusions) {
   EXPECT_TRUE(
       writer.AddFile(dir.File("tree/out/x"), kAdd));  // excluded: nothing is done, which is no failure
   EXPECT_THAT(NamesIn(archive), ElementsAre("a"));
+  ZipWriter::FileAdder adder(writer, kCreate);
+  EXPECT_TRUE(adder.AddAllFilesFromDir(dir.File("tree/sub/empty"), "kept/", true));
+  EXPECT_TRUE(adder.AddAllFilesFromDir(dir.File("tree/sub/empty"), "", true));  // without a name to keep
+  EXPECT_TRUE(adder.AddAllFilesFromDir(dir.File("tree/out"), "out/", true));    // excluded
+  EXPECT_TRUE(adder.AddAllFilesFromDir(dir.File("tree/sub/deep"), "deep/", true));
+  EXPECT_TRUE(adder.Close());
+  EXPECT_THAT(NamesIn(archive), ElementsAre("kept/", "deep/c"));
 }
 
 TEST(ZipWriterTest, ManyFilesWithOneOpen) {

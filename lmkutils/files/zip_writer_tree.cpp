@@ -19,9 +19,14 @@ class ZipWriter::TreeAdder : public internal::TreeVisitor {
   TreeAdder(ZipWriter& writer, internal::ZipOutput& archive, std::string dir, std::string prefix, int levels)
       : writer_(writer), archive_(archive), path_(std::move(dir)), name_(std::move(prefix)), levels_(levels) {
     if (!internal::EndsInSeparator(path_)) path_ += os::GetCapabilities().separator;
+    if (name_.ends_with('/')) isEmpty_.push_back(true);  // the first directory has a name here, too
   }
 
-  bool IsComplete() const noexcept { return complete_; }
+  // After the walk. False when anything is missing.
+  bool Finish() {
+    if (!isEmpty_.empty() && isEmpty_.back() && !AddEmpty()) complete_ = false;
+    return complete_;
+  }
 
   void VisitFile(const std::string& name) override {
     if (!isEmpty_.empty()) isEmpty_.back() = false;
@@ -48,6 +53,7 @@ class ZipWriter::TreeAdder : public internal::TreeVisitor {
 
   void Failed(const std::string& name, os::SystemError error) override {
     complete_ = false;
+    if (!isEmpty_.empty()) isEmpty_.back() = false;  // as far as anybody knows
     writer_.Fail(archive_, {ZipProblem::kCannotReadFile, ZIP_ERRNO, "Open to file for reading", error},
                  path_ + name);
   }
@@ -70,6 +76,7 @@ class ZipWriter::TreeAdder : public internal::TreeVisitor {
 
 bool ZipWriter::AddSubDir(void* zipHandle, const std::string& dir, const std::string& prefixInZip,
                           int levels) {
+  if (IsExcluded(dir)) return true;
   internal::ZipOutput& archive = *static_cast<internal::ZipOutput*>(zipHandle);
   internal::OwnedTree tree;
   TreeAdder adder(*this, archive, dir, prefixInZip, levels);
@@ -80,7 +87,7 @@ bool ZipWriter::AddSubDir(void* zipHandle, const std::string& dir, const std::st
     internal::WalkTree(tree.Get(), adder);
   }
   archive.SetInTree(false);
-  return adder.IsComplete();
+  return adder.Finish();
 }
 
 }  // namespace du
