@@ -40,7 +40,8 @@ class LMK_API ZipObserver {
   // `bytes` more of the member, unpacked, are done; at least once for each member, with 0 for an empty one.
   // False ends the work as a failure would: nothing half done is left.
   virtual bool Progress(const std::string& member, std::uint64_t bytes);
-  // `name` is the member's or, where that is what cannot be read or opened, the file's.
+  // `name` is the path of the file that was to be added, or that of the archive when the whole of it is
+  // concerned; else the member's name.
   virtual void Problem(ZipProblem problem, const std::string& name);
 };
 

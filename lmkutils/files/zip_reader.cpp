@@ -38,11 +38,13 @@ bool TestAll(ZipContents& contents, const ZipReport& report) {
     const ZipEntry& entry = contents.Entries()[i];
     if (const auto& problem = contents.ProblemOf(i)) {
       good = report.Fail(*problem, entry.member.name);
-    } else if (!entry.member.isDirectory && !Unpack(contents, entry, report, &stopped)) {
+    } else if (entry.member.isDirectory) {
+      stopped = !report.Progress(entry.member.name, 0);
+    } else if (!Unpack(contents, entry, report, &stopped)) {
       good = false;
     }
   }
-  return good;
+  return good && !stopped;
 }
 
 }  // namespace
