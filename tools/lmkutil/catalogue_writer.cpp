@@ -1,14 +1,11 @@
 #include <algorithm>
 #include <cstdint>
-#include <filesystem>
-#include <system_error>
 
 #include "tools/lmkutil/catalogue.h"
 #include "tools/lmkutil/catalogue_format.h"
+#include "tools/lmkutil/replacement.h"
 #include <zlib.h>
 
-#include "lmkutils/files/file_spec.h"
-#include "lmkutils/files/file_system.h"
 #include "lmkutils/files/file_writer.h"
 #include "lmkutils/files/output_buffer.h"
 #include "lmkutils/platform/command_line.h"
@@ -110,29 +107,6 @@ class Encoder {
   du::OutputBuffer body_{catalogue::kEndian, kInitialSize};
 };
 
-// A folder of this user's alone beside a file, for what is to take the file's place.
-class Workshop {
- public:
-  explicit Workshop(const std::string& path) {
-    std::string parent;
-    du::FileSpec(path).GetLocation(&parent, false);
-    folder_ = du::FileSystem::MkTempDir(parent.empty() ? "." : parent.c_str(), "catalog");
-  }
-  ~Workshop() {
-    if (folder_.empty()) return;
-    du::FileSystem::Unlink(File().c_str(), true);
-    du::FileSystem::Rmdir(folder_.c_str(), true);
-  }
-  Workshop(const Workshop&) = delete;
-  Workshop& operator=(const Workshop&) = delete;
-
-  bool IsThere() const { return !folder_.empty(); }
-  std::string File() const { return folder_ + "/new"; }
-
- private:
-  std::string folder_;
-};
-
 Saving WriteRecords(du::FileWriter& file, const du::Dbase& records) {
   Encoder encoder(file);
   const du::Dbase::IdList all = records.PerformQuery("NOT <>");
@@ -158,25 +132,15 @@ Saving WriteFile(const std::string& path, const du::Dbase& records) {
   return file->EndCompressedSection() && file->Close() ? Saving::kDone : Saving::kFailed;
 }
 
-// In one step, also over an existing file.
-bool MoveOver(const std::string& from, const std::string& to) {
-  const auto native = [](const std::string& path) {
-    return std::filesystem::path(std::u8string(path.begin(), path.end()));
-  };
-  std::error_code error;
-  std::filesystem::rename(native(from), native(to), error);
-  return !error;
-}
-
 }  // namespace
 
 Saving SaveCatalogue(const std::string& path, const du::Dbase& records) {
-  const Workshop workshop(path);
-  if (!workshop.IsThere()) return Saving::kFailed;
-  const Saving saving = WriteFile(workshop.File(), records);
+  Replacement catalogue(path);
+  if (!catalogue.IsPossible()) return Saving::kFailed;
+  const Saving saving = WriteFile(catalogue.File(), records);
   if (saving != Saving::kDone) return saving;
   if (dp::CommandLine::IsInterrupted()) return Saving::kInterrupted;
-  return MoveOver(workshop.File(), path) ? Saving::kDone : Saving::kFailed;
+  return catalogue.Finish() ? Saving::kDone : Saving::kFailed;
 }
 
 }  // namespace lmkutil

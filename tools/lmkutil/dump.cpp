@@ -3,13 +3,18 @@
 #include <cstdio>
 
 #include "tools/lmkutil/hex_view.h"
+#include "tools/lmkutil/progress.h"
+#include "tools/lmkutil/replacement.h"
 #include "tools/lmkutil/section_scan.h"
 #include "tools/lmkutil/text_file.h"
 
 #include "lmkutils/files/file_writer.h"
+#include "lmkutils/platform/command_line.h"
 
 namespace lmkutil {
 namespace {
+
+using dp::CommandLine;
 
 template <class Number>
 std::string Shown(Number number) {
@@ -44,11 +49,20 @@ std::string SectionLine(unsigned number, const Section& section, const Resources
          "\n";
 }
 
+// Shows how far the scan has come through the file.
+void Watch(SectionScan& scan, Progress& progress, const Resources& resources) {
+  scan.SetWatcher([&](std::int64_t bytes) {
+    if (!progress.IsDue()) return;
+    progress.Show(resources.Text("DUMP_PROGRESS", {Shown(bytes), Shown(scan.FileSize())}),
+                  static_cast<std::uint64_t>(bytes), static_cast<std::uint64_t>(scan.FileSize()));
+  });
+}
+
 // Goes through a file and shows each part of it.
 class Listing {
  public:
-  Listing(SectionScan& scan, bool hex, const Resources& resources)
-      : scan_(scan), hex_(hex), resources_(resources) {}
+  Listing(SectionScan& scan, bool hex, Progress& progress, const Resources& resources)
+      : scan_(scan), hex_(hex), progress_(progress), resources_(resources) {}
 
   void Show() {
     Section section;
@@ -64,7 +78,10 @@ class Listing {
   bool IsWritten() const { return written_; }
 
  private:
-  void Put(const std::string& text) { written_ = written_ && Write(stdout, text); }
+  void Put(const std::string& text) {
+    progress_.Clear();
+    written_ = written_ && Write(stdout, text);
+  }
 
   void ShowPlain(std::int64_t end) {
     if (end <= shown_) return;
@@ -97,6 +114,7 @@ class Listing {
 
   SectionScan& scan_;
   const bool hex_;
+  Progress& progress_;
   const Resources& resources_;
   std::int64_t shown_ = 0;
   unsigned sections_ = 0;
@@ -109,14 +127,18 @@ ExitStatus Unreadable(const std::string& path, const Resources& resources) {
   return kFoundWrong;
 }
 
+// All that can be unpacked.
 bool WritePlain(SectionScan& scan, const Section& section, const std::string& path) {
+  Replacement file(path);
   const du::SmartPtr<du::FileWriter> writer = du::FileWriter::Construct();
-  if (!writer->Open(path)) return false;
+  if (!file.IsPossible() || !writer->Open(file.File())) return false;
+  bool isWritten = true;
   scan.Unpack(section, [&](std::string_view bytes) {
     const auto count = static_cast<unsigned>(bytes.size());
-    return writer->Write(bytes.data(), count) == count;
+    isWritten = !CommandLine::IsInterrupted() && writer->Write(bytes.data(), count) == count;
+    return isWritten;
   });
-  return writer->Close();
+  return writer->Close() && isWritten && file.Finish();
 }
 
 }  // namespace
@@ -124,8 +146,11 @@ bool WritePlain(SectionScan& scan, const Section& section, const std::string& pa
 ExitStatus Dump(const Options& options, const Resources& resources) {
   SectionScan scan;
   if (!scan.Open(options.file)) return Unreadable(options.file, resources);
-  Listing listing(scan, options.hex, resources);
+  Progress progress;
+  Watch(scan, progress, resources);
+  Listing listing(scan, options.hex, progress, resources);
   listing.Show();
+  progress.Clear();
   if (!listing.IsWritten()) {
     PrintError(resources.Text("OUTPUT_FAILED"));
     return kFoundWrong;
@@ -137,15 +162,25 @@ ExitStatus Dump(const Options& options, const Resources& resources) {
 ExitStatus Extract(const Options& options, const Resources& resources) {
   SectionScan scan;
   if (!scan.Open(options.file)) return Unreadable(options.file, resources);
+  Progress progress;
+  Watch(scan, progress, resources);
   Section section;
   unsigned number = 0;
   while (number < options.section && scan.Next(&section)) ++number;
+  progress.Clear();
   if (!scan.IsReadable()) return Unreadable(options.file, resources);
   if (number < options.section) {
     PrintError(resources.Text("SECTION_UNKNOWN", {options.file, Shown(options.section), Shown(number)}));
     return kFoundWrong;
   }
-  if (AreOneFile(options.file, options.out) || !WritePlain(scan, section, options.out)) {
+  CommandLine::CatchInterrupt();
+  const bool isWritten = !AreOneFile(options.file, options.out) && WritePlain(scan, section, options.out);
+  progress.Clear();
+  if (CommandLine::IsInterrupted()) {
+    PrintError(resources.Text("INTERRUPTED", {options.out}));
+    return kInterrupted;
+  }
+  if (!isWritten) {
     PrintError(resources.Text("FILE_UNWRITABLE", {options.out}));
     return kFoundWrong;
   }

@@ -4,6 +4,7 @@
 #include <stdexcept>
 
 #include "tools/lmkutil/catalogue.h"
+#include "tools/lmkutil/progress.h"
 #include "tools/lmkutil/query_explanation.h"
 #include "tools/lmkutil/record_view.h"
 #include "tools/lmkutil/text_file.h"
@@ -22,10 +23,15 @@ ExitStatus Find(const std::string& catalogue, const std::string& query, const Re
                 Dbase& records, Dbase::IdList& found) {
   static const dp::LMTracer tracer("lmkutil", "query");
   if (const auto fault = du::FindQueryFault(query)) {
+    tracer(dp::TraceType::Error) << "malformed query, from byte " << fault->position << " on: " << query;
     PrintError(ExplainQueryFault(query, *fault, resources));
     return kWrongUsage;
   }
-  if (const char* const failure = LoadCatalogue(catalogue, records)) {
+  Progress progress;
+  progress.Show(resources.Text("QUERY_LOADING"));
+  const char* const failure = LoadCatalogue(catalogue, records);
+  progress.Clear();
+  if (failure != nullptr) {
     PrintError(resources.Text(failure, {catalogue}));
     return kFoundWrong;
   }

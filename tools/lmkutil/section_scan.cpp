@@ -53,6 +53,7 @@ std::int64_t SectionScan::FindHeader(std::int64_t from) {
   std::vector<unsigned char> part(kPartSize);
   while (reader_.SetPosition(from)) {
     const std::size_t count = reader_.Read(part.data(), kPartSize);
+    TellWatcher();
     for (std::size_t at = 0; at + kHeaderSize <= count; ++at) {
       at = static_cast<std::size_t>(std::find(&part[at], part.data() + count, 0x1F) - part.data());
       if (at + kHeaderSize > count) break;
@@ -96,6 +97,10 @@ void SectionScan::ReadTrailer(Section* section) {
   reader_.Read(section->trailerLength);
 }
 
+void SectionScan::TellWatcher() const {
+  if (watcher_) watcher_(reader_.GetFilePos());
+}
+
 bool SectionScan::Unpack(const Section& section, const PlainBytes& take) {
   return Start(section) && UnpackStarted(take);
 }
@@ -109,6 +114,7 @@ bool SectionScan::UnpackStarted(const PlainBytes& take) {
   bool goesOn = true;
   while (goesOn) {
     const unsigned count = reader_.Read(part.data(), kPartSize);
+    TellWatcher();
     goesOn = take(std::string_view(part.data(), count)) && count == kPartSize;
   }
   return reader_.EndCompressedSection(true);
@@ -120,6 +126,7 @@ bool SectionScan::Read(std::int64_t start, std::int64_t end, const PlainBytes& t
   for (std::int64_t left = end - start; left > 0;) {
     const auto wanted = static_cast<unsigned>(std::min<std::int64_t>(left, kPartSize));
     const unsigned count = reader_.Read(part.data(), wanted);
+    TellWatcher();
     if (count == 0 || !take(std::string_view(part.data(), count))) return false;
     left -= count;
   }

@@ -6,6 +6,7 @@
 #include <functional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "lmkutils/files/file_reader.h"
 
@@ -32,6 +33,10 @@ using PlainBytes = std::function<bool(std::string_view)>;
 
 class SectionScan {
  public:
+  // Told now and then, while the file is gone through, how many bytes of it have been read.
+  using Watcher = std::function<void(std::int64_t bytes)>;
+  void SetWatcher(Watcher watcher) { watcher_ = std::move(watcher); }
+
   bool Open(const std::string& path);
 
   // The next section, from the beginning of the file on. A place counts as one when it has the header of a
@@ -51,11 +56,13 @@ class SectionScan {
  private:
   std::int64_t FindHeader(std::int64_t from);
   bool Examine(std::int64_t start, bool isExpected, Section* section);
+  void TellWatcher() const;
   bool Start(const Section& section);
   bool UnpackStarted(const PlainBytes& take);
   void ReadTrailer(Section* section);
 
   du::FileReader reader_;
+  Watcher watcher_;
   std::int64_t size_ = 0;
   std::int64_t next_ = 0;   // where to look on
   bool isExpected_ = true;  // a section may begin right there

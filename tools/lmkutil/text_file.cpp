@@ -6,6 +6,8 @@
 #include <fstream>
 #include <system_error>
 
+#include "tools/lmkutil/replacement.h"
+
 #include "lmkutils/files/file_writer.h"
 
 namespace lmkutil {
@@ -46,16 +48,8 @@ bool AreOneFile(const std::string& path, const std::string& other) {
 }
 
 bool ReplaceFile(const std::string& path, std::string_view bytes) {
-  std::error_code error;
-  const std::string part = path + ".part";
-  if (std::filesystem::is_directory(Native(path), error)) return false;
-  bool isDone = WriteBytes(part, bytes);
-  if (isDone) {
-    std::filesystem::rename(Native(part), Native(path), error);
-    isDone = !error;
-  }
-  if (!isDone) std::filesystem::remove(Native(part), error);
-  return isDone;
+  Replacement file(path);
+  return file.IsPossible() && WriteBytes(file.File(), bytes) && file.Finish();
 }
 
 std::string WithoutCarriageReturns(std::string bytes) {

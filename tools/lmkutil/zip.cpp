@@ -16,6 +16,7 @@
 #include "lmkutils/files/zip_writer.h"
 #include "lmkutils/platform/command_line.h"
 #include "lmkutils/time/time.h"
+#include "lmkutils/trace/lm_tracer.h"
 
 namespace lmkutil {
 namespace {
@@ -28,8 +29,18 @@ using du::ZipWriter;
 
 constexpr char kAll[] = "*";
 
+const dp::LMTracer& Tracer() {
+  static const dp::LMTracer tracer("lmkutil", "zip");
+  return tracer;
+}
+
 std::string Shown(std::uint64_t number) {
   return std::to_string(number);
+}
+
+void TraceEnd(const ZipWatch& watch, const std::string& archive) {
+  Tracer()(dp::TraceType::Info) << archive << ": " << watch.Members() << " members, " << watch.Bytes()
+                                << " bytes, " << watch.Problems() << " problems";
 }
 
 ExitStatus Finish(const std::string& text, bool good, const Resources& resources) {
@@ -94,6 +105,7 @@ class Unpacking {
   // False when there was any problem.
   bool Run(const std::function<bool(ZipReader&, const std::string&)>& read) {
     CommandLine::CatchInterrupt();
+    Tracer()(dp::TraceType::Info) << "unpacking " << options_.file;
     std::vector<ZipMember> members;
     if (!reader_.ListMembers(&members)) return false;
     if (options_.files.empty()) watch_.SetTotal(BytesOf(members));
@@ -102,6 +114,7 @@ class Unpacking {
       if (!CommandLine::IsInterrupted() && !read(reader_, name)) good = false;
     }
     watch_.Clear();
+    TraceEnd(watch_, options_.file);
     return good;
   }
 
@@ -122,6 +135,7 @@ ExitStatus ZipCreate(const Options& options, const Resources& resources) {
     if (found != kDone) return found;
   }
   CommandLine::CatchInterrupt();
+  Tracer()(dp::TraceType::Info) << "packing " << paths.size() << " paths into " << options.file;
   ZipWatch watch(ZipWatch::Work::kPacking, options.file, resources);
   ZipWriter writer(options.file);
   writer.SetObserver(&watch);
@@ -144,6 +158,7 @@ ExitStatus ZipCreate(const Options& options, const Resources& resources) {
   const bool isNothing = !paths.empty() && watch.Members() == 0 && !good;
   if (!adder.Close() || isNothing) return kFoundWrong;
   watch.Clear();
+  TraceEnd(watch, options.file);
   return Finish(resources.Text("ZIP_CREATED",
                                {Shown(watch.Members()), Shown(watch.Bytes()), Shown(SizeOf(options.file))}),
                 good, resources);

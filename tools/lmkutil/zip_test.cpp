@@ -1,4 +1,5 @@
 // The commands over zip archives, as a program.
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -57,7 +58,7 @@ TEST_F(ZipCommandTest, ThereAndBack) {
   for (const char* name : {"a", "sub/b", "sub/empty/"})
     EXPECT_THAT(list, HasSubstr("  " + prefix + name + "\n"));
   EXPECT_THAT(list, HasSubstr("Members: 3, bytes: 10005, packed: "));
-  EXPECT_EQ(Run({"zip", "test", archive}), "Members: 2, bytes: 10005, faults: 0\n");
+  EXPECT_EQ(Run({"zip", "test", archive}), "Members: 3, bytes: 10005, faults: 0\n");
   EXPECT_EQ(Run({"zip", "extract", "-d", PathOf("out"), archive}), "Members: 3, bytes: 10005\n");
   EXPECT_EQ(lmktest::ReadWholeFile(PathOf("out") + "/" + prefix + "sub/b"), std::string(10'000, 'b'));
   EXPECT_TRUE(du::FileSystem::DirExists((PathOf("out") + "/" + prefix + "sub/empty").c_str()));
@@ -112,6 +113,38 @@ TEST_F(ZipCommandTest, FailuresAreOneLineThatSaysWhatToDo) {
   }
   EXPECT_FALSE(du::FileSystem::FileExists(PathOf("new.zip").c_str()));
   EXPECT_FALSE(du::FileSystem::FileExists(PathOf("x").c_str()));
+}
+
+// The walk comes back out of a folder that it may not pass, and goes on.
+TEST_F(ZipCommandTest, ClosedFoldersLeaveTheOthers) {
+  const std::string unprivileged = "/usr/bin/setpriv";
+  if (!lmktest::CanPressCtrlC() || !std::filesystem::exists(unprivileged))
+    GTEST_SKIP() << "no permissions here, or no program that gives up root's rights";
+  for (const char* name : {"k", "l", "m", "n"}) {
+    std::filesystem::create_directories(PathOf("tree") + "/" + name);
+    folder_.Write(std::string("tree/") + name + "/file", name);
+  }
+  const std::vector<std::string> closed{PathOf("tree/l"), PathOf("tree/m")};
+  for (const std::string& path : closed) std::filesystem::permissions(path, std::filesystem::perms::none);
+  const std::vector<std::string> command{lmktest::ToolPath(), "zip", "create", PathOf("tree.zip"),
+                                         PathOf("tree")};
+  ChildResult result = lmktest::RunChild(command, {{"LUMORA_LANG", "en"}});
+  if (result.exitCode == 0) {  // of root
+    std::vector<std::string> all{unprivileged, "--bounding-set=-dac_override,-dac_read_search",
+                                 "--inh-caps=-dac_override,-dac_read_search"};
+    all.insert(all.end(), command.begin(), command.end());
+    result = lmktest::RunChild(all, {{"LUMORA_LANG", "en"}});
+  }
+  for (const std::string& path : closed)
+    std::filesystem::permissions(path, std::filesystem::perms::owner_all);
+  if (result.err.starts_with("setpriv")) GTEST_SKIP() << result.err;
+  EXPECT_EQ(result.exitCode, 1);
+  for (const std::string& path : closed) {
+    const std::string line = "lmkutil: cannot read \"" + path + "/\"; check the path and the permissions\n";
+    EXPECT_EQ(result.err.find(line), result.err.rfind(line)) << "once";
+    EXPECT_THAT(result.err, HasSubstr(line));
+  }
+  EXPECT_THAT(Run({"zip", "test", PathOf("tree.zip")}), StartsWith("Members: 2, "));
 }
 
 TEST_F(ZipCommandTest, WhatAQueryFinds) {
