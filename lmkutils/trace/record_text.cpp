@@ -47,35 +47,59 @@ void BlankLineFeeds(char* at, TextBuffer& out) {
     *at = ' ';
 }
 
-// Bytes that cannot be copied as they are, by value. Those of characters beyond ASCII are among them, since
-// they may not be UTF-8.
-using SpecialBytes = std::array<bool, 256>;
+using Word = std::uint64_t;  // eight bytes of a text, in whatever order
 
-constexpr SpecialBytes MakeSpecialBytes(std::string_view characters) {
-  SpecialBytes special{};
-  for (std::size_t i = 0; i < special.size(); ++i) special[i] = i < 0x20 || i >= 0x80;
-  for (const char c : characters) special[static_cast<unsigned char>(c)] = true;
-  return special;
+constexpr Word EachByte(unsigned char byte) {
+  return 0x0101010101010101U * byte;
 }
 
-constexpr SpecialBytes kJsonSpecial = MakeSpecialBytes("\"\\");
-constexpr SpecialBytes kObjectSpecial = MakeSpecialBytes("");
-constexpr SpecialBytes kXmlSpecial = MakeSpecialBytes("&<>'\"");
+// Bytes that cannot be copied as they are: `characters`, those below a blank, and those of characters beyond
+// ASCII, since they may not be UTF-8.
+template <char... characters>
+struct SpecialBytes {
+  static constexpr bool Contains(char c) {
+    const auto byte = static_cast<unsigned char>(c);
+    return byte < 0x20 || byte >= 0x80 || ((c == characters) || ...);
+  }
+  // Whether any of eight is one. A subtraction from a byte that is too small sets its highest bit; it borrows
+  // from the next byte, too, but then it is special itself.
+  static constexpr bool ContainsAny(Word bytes) {
+    const Word small = bytes - EachByte(0x20);
+    const Word equal = (((bytes ^ EachByte(characters)) - EachByte(1)) | ... | Word{0});
+    return ((bytes | small | equal) & EachByte(0x80)) != 0;
+  }
+};
 
-bool HasSpecial(std::string_view text, const SpecialBytes& special) {
-  for (const char c : text)
-    if (special[static_cast<unsigned char>(c)]) return true;
-  return false;
+using JsonSpecial = SpecialBytes<'"', '\\'>;
+using ObjectSpecial = SpecialBytes<>;
+using XmlSpecial = SpecialBytes<'&', '<', '>', '\'', '"'>;
+
+Word LoadWord(const char* bytes) {
+  Word word;
+  std::memcpy(&word, bytes, sizeof word);
+  return word;
+}
+
+template <class Special>
+bool HasSpecial(std::string_view text) {
+  if (text.size() < sizeof(Word)) {
+    Word word = EachByte(' ');
+    for (const char c : text) word = word << 8 | static_cast<unsigned char>(c);
+    return Special::ContainsAny(word);
+  }
+  const char* const last = text.data() + (text.size() - sizeof(Word));
+  for (const char* at = text.data(); at < last; at += sizeof(Word))
+    if (Special::ContainsAny(LoadWord(at))) return true;
+  return Special::ContainsAny(LoadWord(last));
 }
 
 // Appends well-formed text, each byte replaced for which `replacementOf` gives something. Runs of other bytes
 // are copied at once.
-template <class Replace>
-void AppendReplacing(std::string_view text, const SpecialBytes& special, const Replace& replacementOf,
-                     std::string& out) {
+template <class Special, class Replace>
+void AppendReplacing(std::string_view text, const Replace& replacementOf, std::string& out) {
   std::size_t run = 0;
   for (std::size_t i = 0; i < text.size(); ++i) {
-    if (!special[static_cast<unsigned char>(text[i])]) continue;
+    if (!Special::Contains(text[i])) continue;
     const std::string_view replacement = replacementOf(text[i]);
     if (replacement.empty()) continue;
     out.append(text, run, i - run).append(replacement);
@@ -161,7 +185,7 @@ void ReplaceNonCharacters(std::string& text) {
 // An object stays what it is. Control characters may stand between its members as white space, but not inside
 // its strings, and would break the line.
 std::string_view JsonObject(std::string_view object, std::string& storage) {
-  if (!HasSpecial(object, kObjectSpecial)) return object;
+  if (!HasSpecial<ObjectSpecial>(object)) return object;
   storage = du::RepairUtf8(object);
   std::replace_if(
       storage.begin(), storage.end(), [](char c) { return static_cast<unsigned char>(c) < 0x20; }, ' ');
@@ -181,8 +205,8 @@ struct JsonTexts {
 
   // False, as a rule: all of them can be written as they are.
   bool HaveSpecial() const {
-    return HasSpecial(key, kJsonSpecial) || HasSpecial(subKey, kJsonSpecial) ||
-           HasSpecial(message, isObject ? kObjectSpecial : kJsonSpecial);
+    return HasSpecial<JsonSpecial>(key) || HasSpecial<JsonSpecial>(subKey) ||
+           (isObject ? HasSpecial<ObjectSpecial>(message) : HasSpecial<JsonSpecial>(message));
   }
 };
 
@@ -208,22 +232,35 @@ void PutJsonLine(const TraceFormatter& record, const JsonTexts& texts, RecordTim
   out.Put(texts.isObject ? "}\n" : "\"}\n");
 }
 
+// Kept apart with all its memory: it is seldom needed.
+[[gnu::noinline]] void PutEscapedJsonLine(const TraceFormatter& record, JsonTexts texts, RecordTime& time,
+                                          std::string_view trackingId, TextBuffer& out) {
+  std::string keyStorage;
+  std::string subKeyStorage;
+  std::string messageStorage;
+  texts.key = JsonEscaped(texts.key, keyStorage);
+  texts.subKey = JsonEscaped(texts.subKey, subKeyStorage);
+  texts.message =
+      texts.isObject ? JsonObject(texts.message, messageStorage) : JsonEscaped(texts.message, messageStorage);
+  PutJsonLine(record, texts, time, trackingId, out);
+}
+
 }  // namespace
 
 std::string_view JsonEscaped(std::string_view text, std::string& storage) {
-  if (!HasSpecial(text, kJsonSpecial)) return text;
+  if (!HasSpecial<JsonSpecial>(text)) return text;
   storage.clear();
   WithValidUtf8(text, [&storage](std::string_view valid) {
-    AppendReplacing(valid, kJsonSpecial, JsonReplacement, storage);
+    AppendReplacing<JsonSpecial>(valid, JsonReplacement, storage);
   });
   return storage;
 }
 
 std::string_view XmlEscaped(std::string_view text, std::string& storage) {
-  if (!HasSpecial(text, kXmlSpecial)) return text;
+  if (!HasSpecial<XmlSpecial>(text)) return text;
   storage.clear();
   WithValidUtf8(text, [&storage](std::string_view valid) {
-    AppendReplacing(valid, kXmlSpecial, XmlReplacement, storage);
+    AppendReplacing<XmlSpecial>(valid, XmlReplacement, storage);
   });
   ReplaceNonCharacters(storage);
   return storage;
@@ -253,22 +290,18 @@ void AppendPlainLine(const TraceFormatter& record, RecordTime& time, TextBuffer&
 
 void AppendJsonLine(const TraceFormatter& record, RecordTime& time, std::string_view trackingId,
                     TextBuffer& out) {
-  JsonTexts texts{.key = View(record.GetKey()),
-                  .subKey = View(record.GetSubKey()),
-                  .message = record.GetText(),
-                  .isObject = LooksLikeObject(record.GetText())};
-  if (!texts.HaveSpecial()) return PutJsonLine(record, texts, time, trackingId, out);
-  std::string keyStorage;
-  std::string subKeyStorage;
-  std::string messageStorage;
-  texts.key = JsonEscaped(texts.key, keyStorage);
-  texts.subKey = JsonEscaped(texts.subKey, subKeyStorage);
-  texts.message =
-      texts.isObject ? JsonObject(texts.message, messageStorage) : JsonEscaped(texts.message, messageStorage);
-  PutJsonLine(record, texts, time, trackingId, out);
+  const JsonTexts texts{.key = View(record.GetKey()),
+                        .subKey = View(record.GetSubKey()),
+                        .message = record.GetText(),
+                        .isObject = LooksLikeObject(record.GetText())};
+  if (texts.HaveSpecial()) {
+    PutEscapedJsonLine(record, texts, time, trackingId, out);
+  } else {
+    PutJsonLine(record, texts, time, trackingId, out);
+  }
 }
 
-void AppendXmlElement(const TraceFormatter& record, RecordTime& time, TextBuffer& out) {
+[[gnu::noinline]] void AppendXmlElement(const TraceFormatter& record, RecordTime& time, TextBuffer& out) {
   std::string keyStorage;
   std::string subKeyStorage;
   std::string textStorage;

@@ -84,6 +84,27 @@ TEST(RecordText, JsonLines) {
             Json(Record(TraceType::Info, "x", "a\"b", nullptr)).find(R"("subkey" :"", "source" :"a\"b")"));
 }
 
+// Eight bytes are looked at at once, and fewer at the end.
+TEST(RecordText, JsonEscapesAtEveryPlace) {
+  for (std::size_t size = 1; size < 20; ++size) {
+    for (std::size_t place = 0; place < size; ++place) {
+      std::string text(size, '~');
+      text[place] = '"';
+      std::string storage;
+      EXPECT_EQ(std::string(place, '~') + "\\\"" + std::string(size - place - 1, '~'),
+                dp::internal::JsonEscaped(text, storage));
+      for (const char other : {'\x1F', '\\', '\x80', '\xFF'}) {
+        text[place] = other;
+        EXPECT_NE(text, dp::internal::JsonEscaped(text, storage)) << size << ' ' << place;
+      }
+      for (const char same : {' ', '!', '#', '[', ']', '\x7F'}) {
+        text[place] = same;
+        EXPECT_EQ(text, dp::internal::JsonEscaped(text, storage)) << size << ' ' << place;
+      }
+    }
+  }
+}
+
 TEST(RecordText, XmlElements) {
   EXPECT_EQ("<lmtrace:mesg type = \"Error\" time = \"" + Local() +
                 "\">\n<lmtrace:id proc = \"12\" thread = \"345\"/>\n"

@@ -21,6 +21,38 @@ namespace {
 constexpr std::size_t kBufferSize = 4096;  // of one formatted argument
 constexpr std::string_view kUnrecognised = "<unrecognised format string>";
 
+// Copies a text without its end; null, and whatever it may be in `out`, when it has no room.
+char* CopyText(const char* text, char* out, const char* limit) noexcept {
+  for (; *text != '\0'; ++text) {
+    if (out == limit) return nullptr;
+    *out++ = *text;
+  }
+  return out;
+}
+
+// Writes the argument of "%d", "%u" or "%s" and returns its end. Null, and no argument used up, for every
+// other conversion and when there is no room.
+char* PutPlainArgument(char conversion, std::va_list& args, char* out, char* limit) noexcept {
+  constexpr std::ptrdiff_t kNumberSize = 11;
+  switch (conversion) {
+    case 'd':
+      return limit - out < kNumberSize ? nullptr : std::to_chars(out, limit, va_arg(args, int)).ptr;
+    case 'u':
+      return limit - out < kNumberSize ? nullptr : std::to_chars(out, limit, va_arg(args, unsigned)).ptr;
+    case 's': {
+      std::va_list ahead;
+      va_copy(ahead, args);
+      const char* const text = va_arg(ahead, const char*);
+      va_end(ahead);
+      char* const end = CopyText(text != nullptr ? text : "(null)", out, limit);
+      if (end != nullptr) static_cast<void>(va_arg(args, const char*));
+      return end;
+    }
+    default:
+      return nullptr;
+  }
+}
+
 std::string JsonObject(const std::vector<std::string>& pairs) {
   std::string text = "{";
   for (std::size_t i = 0; i + 1 < pairs.size(); i += 2) {
@@ -101,6 +133,29 @@ TraceFormatter& TraceFormatter::operator=(const TraceFormatter& other) noexcept 
 bool TraceFormatter::Format(const char* format, std::va_list& args) noexcept {
   if (format == nullptr) return false;
   hasText_ = true;
+  if (!IsInert() && longText_ == nullptr) format = FormatPlain(format, args);
+  if (*format != '\0') FormatAny(format, args);
+  return true;
+}
+
+// Most formats are short text with "%d", "%u" and "%s". These are written to where they belong, until
+// something else comes or there is no more room; returns where that is in the format.
+const char* TraceFormatter::FormatPlain(const char* format, std::va_list& args) noexcept {
+  static_assert(kShortText < kBufferSize);  // so no argument is cut
+  char* const limit = shortText_.data() + kShortText;
+  char* out = shortText_.data() + textSize_;
+  for (;; format += 2) {
+    while (*format != '%' && *format != '\0' && out != limit) *out++ = *format++;
+    char* const next = *format == '%' ? PutPlainArgument(format[1], args, out, limit) : nullptr;
+    if (next == nullptr) break;
+    out = next;
+  }
+  textSize_ = static_cast<std::size_t>(out - shortText_.data());
+  return format;
+}
+
+// Whatever the format holds.
+[[gnu::noinline]] void TraceFormatter::FormatAny(const char* format, std::va_list& args) noexcept {
   PrintfFormatter formatter(format, kBufferSize);
   const auto append = [this](const char* begin, const char* end) {
     Append(std::string_view(begin, static_cast<std::size_t>(end - begin)));
@@ -114,7 +169,6 @@ bool TraceFormatter::Format(const char* format, std::va_list& args) noexcept {
     }
   }
   append(formatter.TextBegin(), formatter.TextEnd());
-  return true;
 }
 
 bool TraceFormatter::FormatJson(const std::vector<std::string>& pairs) noexcept {
@@ -192,7 +246,7 @@ void TraceFormatter::Append(std::string_view text) noexcept {
 }
 
 // Without memory for its text the record becomes inert.
-bool TraceFormatter::MakeRoom(std::size_t size) noexcept {
+[[gnu::noinline]] bool TraceFormatter::MakeRoom(std::size_t size) noexcept {
   const std::size_t capacity = std::max(textCapacity_ * 2, textSize_ + size);
   char* const longer = new (std::nothrow) char[capacity];
   if (longer == nullptr) {
@@ -206,7 +260,8 @@ bool TraceFormatter::MakeRoom(std::size_t size) noexcept {
   return true;
 }
 
-void TraceFormatter::Finish() noexcept {
+// In one piece: see FileConsumer::ConsumeMessage.
+[[gnu::flatten]] void TraceFormatter::Finish() noexcept {
   delete stream_;
   if (hasText_ && broadcast_ && !IsInert()) internal::Deliver(*this);
   delete[] longText_;

@@ -131,6 +131,8 @@ class LMK_API TraceFormatter {
     }
     return *this;
   }
+  const char* FormatPlain(const char* format, std::va_list& args) noexcept;
+  void FormatAny(const char* format, std::va_list& args) noexcept;
   std::ostream& Stream();
   void AppendText(const char* text) noexcept;
   void AppendText(std::string_view text) noexcept;

@@ -1,6 +1,7 @@
 #include "lmkutils/trace/trace_formatter.h"
 
 #include <cerrno>
+#include <climits>
 #include <iomanip>
 #include <locale>
 #include <sstream>
@@ -158,6 +159,28 @@ TEST(LMTracer, EveryCallMakesOneStampedRecord) {
     EXPECT_EQ("du", records[i].key);
     EXPECT_EQ("Symbol", records[i].subKey);
   }
+}
+
+// Wherever the text outgrows the record itself, and whichever conversions come before and behind: no argument
+// is lost, taken twice or cut.
+TEST(LMTracer, FormatsAsPrintfDoes) {
+  lmktest::TraceRecorder recorder;
+  const LMTracer tracer("du", "Symbol");
+  for (std::size_t size = 190; size < 260; ++size) {
+    const std::string text(size, 'x');
+    tracer("%s%d|%u%s%5d%s %x%%%d", text.c_str(), INT_MIN, UINT_MAX, "s", 7, text.c_str(), 255U,
+           size % 2 ? 3 : -3);
+    tracer((text + "%d%s%i").c_str(), 1, "two", 3);
+    const std::string odd = size % 2 ? "3" : "-3";
+    EXPECT_THAT(recorder.TakeTexts(),
+                ElementsAre(text + "-2147483648|4294967295s    7" + text + " ff%" + odd, text + "1two3"));
+  }
+  tracer("%s %s%", nullptr, "last");
+  tracer("%d %y %d%", 1, 2);
+  tracer("");
+  EXPECT_THAT(recorder.TakeTexts(),
+              ElementsAre("(null) last<unrecognised format string>",
+                          "1 <unrecognised format string> 2<unrecognised format string>", ""));
 }
 
 TEST(LMTracer, StructuredRecordsAsJson) {

@@ -15,10 +15,8 @@ constinit std::atomic<std::uint64_t> droppedCount{0};
 constinit thread_local bool insideController = false;
 constinit std::atomic<int> processId{0};
 
-// The answer behind the flag that the tracers look at: makes the controller at the first call of all.
-bool TracingIsOn() noexcept {
-  const TraceState state = traceState.load(std::memory_order_acquire);
-  if (state == TraceState::kOn) return true;
+// Makes the controller at the first call of all.
+[[gnu::noinline]] bool IsOnAfterAll(TraceState state) noexcept {
   if (state == TraceState::kEnded) CountDropped();
   if (state != TraceState::kUnknown || InsideMark::IsSet()) return false;
   try {
@@ -26,6 +24,12 @@ bool TracingIsOn() noexcept {
   } catch (...) {
     return false;
   }
+}
+
+// The answer behind the flag that the tracers look at.
+bool TracingIsOn() noexcept {
+  const TraceState state = traceState.load(std::memory_order_acquire);
+  return state == TraceState::kOn || IsOnAfterAll(state);
 }
 
 // Inert when tracing is off or anything fails.
@@ -71,13 +75,15 @@ TraceFormatter StampedRecord(TraceType type, const char* key, const char* subKey
                         static_cast<int>(os::CurrentThreadId()), key, subKey);
 }
 
-TraceFormatter MakeRecord(TraceType type, const char* key, const char* subKey) noexcept {
+// Never built into a tracer: its call that finds tracing off would save registers for this one.
+[[gnu::noinline]] TraceFormatter MakeRecord(TraceType type, const char* key, const char* subKey) noexcept {
   const os::SavedError saved;
   return LiveRecord(type, key, subKey);
 }
 
-void TraceFormatted(TraceType type, const char* key, const char* subKey, const char* format,
-                    std::va_list& args) noexcept {
+// In one piece: see FileConsumer::ConsumeMessage.
+[[gnu::flatten]] void TraceFormatted(TraceType type, const char* key, const char* subKey, const char* format,
+                                     std::va_list& args) noexcept {
   const os::SavedError saved;
   TraceFormatter record = LiveRecord(type, key, subKey);
   if (!record.IsInert()) record.Format(format, args);
