@@ -24,7 +24,7 @@ class Fmt {
   std::string first_ = kFirst, second_ = kSecond;
 };
 
-const bool registered = (AddMessageRows<Fmt>("std::unordered_map and fmt"), true);
+const bool registered = (AddLoadedMessageRows<Fmt>("std::unordered_map and fmt"), true);
 
 }  // namespace
 }  // namespace bench

@@ -40,7 +40,7 @@ class Icu {
   icu::Formattable arguments_[2] = {icu::Formattable(kFirst), icu::Formattable(kSecond)};
 };
 
-const bool registered = (AddMessageRows<Icu>("std::unordered_map and ICU"), true);
+const bool registered = (AddLoadedMessageRows<Icu>("std::unordered_map and ICU"), true);
 
 }  // namespace
 }  // namespace bench

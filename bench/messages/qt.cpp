@@ -35,7 +35,7 @@ class Qt {
 };
 
 const bool registered =
-    (AddSingle(kLoad, "QTranslator", Load), AddMessageRows<Qt>("QTranslator and QString::arg"), true);
+    (AddSingle(kLoad, "QTranslator", Load), AddLoadedMessageRows<Qt>("QTranslator and QString::arg"), true);
 
 }  // namespace
 }  // namespace bench
