@@ -34,8 +34,8 @@ class Qt {
   QString first_ = kFirst, second_ = kSecond;
 };
 
-const bool registered =
-    (AddSingle(kLoad, "QTranslator", Load), AddLoadedMessageRows<Qt>("QTranslator and QString::arg"), true);
+const bool registered = (AddSingle(kLoad, std::string(kOtherWork) + "QTranslator", Load),
+                         AddLoadedMessageRows<Qt>("QTranslator and QString::arg"), true);
 
 }  // namespace
 }  // namespace bench
