@@ -112,6 +112,11 @@ ExitStatus Catalog(const Options& options, const Resources& resources) {
     progress.Clear();
     return Interrupted(file, resources);
   }
+  if (walk.Counts().folders == 0) {  // not even the first could be listed
+    progress.Clear();
+    PrintError(resources.Text("FOLDER_MISSING", {given}));
+    return kFoundWrong;
+  }
   progress.Show(resources.Text("CATALOG_SAVING"));
   du::Dbase records;
   Fill(records, walk);

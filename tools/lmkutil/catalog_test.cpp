@@ -60,6 +60,7 @@ TEST_F(CatalogTest, SaysWhatToDoAfterAFailure) {
   EXPECT_EQ(noPlace.exitCode, 1);
   EXPECT_THAT(noPlace.err, HasSubstr("cannot write"));
   EXPECT_EQ(RunTool({"catalog", "a", "b"}).exitCode, 2);
+  EXPECT_EQ(RunTool({"catalog", "-o", file_, ""}).exitCode, 2);
 }
 
 // With a file that it takes seconds to read.

@@ -2,6 +2,7 @@
 #ifndef LMKUTIL_CATALOGUE_H
 #define LMKUTIL_CATALOGUE_H
 
+#include <array>
 #include <string>
 
 #include "lmkutils/data/dbase.h"
@@ -19,6 +20,7 @@ inline constexpr char kSize[] = "size";            // bytes, decimal
 inline constexpr char kTime[] = "time";            // of the last change: 2026-11-17T09:05:07Z
 inline constexpr char kKind[] = "kind";            // one of the texts below
 inline constexpr char kCrc32[] = "crc32";          // of the bytes, as in RFC 1952: eight digits, 0-9 A-F
+inline constexpr std::array kAll{kPath, kDirectory, kName, kExtension, kVersion, kSize, kTime, kKind, kCrc32};
 }  // namespace attribute
 
 namespace kind {

@@ -18,6 +18,11 @@ void UseHelpText(CLI::App& app, const Resources& resources, const char* tag) {
   });
 }
 
+// An empty path is that of a variable which is not set, not a wish for what happens without the argument.
+std::string RefuseEmpty(const std::string& path) {
+  return path.empty() ? "empty" : "";
+}
+
 // Takes away what stands behind TAG of "strings show FILE TAG ARG..." before options are looked for, since an
 // argument may look like one: "-5", "--help".
 std::vector<std::string> TakeMessageArguments(std::vector<std::string>& arguments) {
@@ -105,7 +110,7 @@ class Parser {
   void AddPseudo() {
     UseHelpText(*pseudo_, resources_, "HELP_PSEUDO");
     pseudo_->add_option("FILE", options_.file)->required();
-    pseudo_->add_option("OUT", options_.out);
+    pseudo_->add_option("OUT", options_.out)->check(RefuseEmpty);
     pseudo_->callback([this] { options_.command = Command::kPseudo; });
   }
   void AddExport() {
@@ -134,13 +139,13 @@ class Parser {
     UseHelpText(*memory_, resources_, "HELP_MEMORY");
     memory_->add_option("FILE", options_.files);
     memory_->add_flag("--dot", options_.dot);
-    memory_->add_option("--svg", options_.svg);
+    memory_->add_option("--svg", options_.svg)->check(RefuseEmpty);
     memory_->callback([this] { options_.command = Command::kMemory; });
   }
   void AddCatalog() {
     UseHelpText(*catalog_, resources_, "HELP_CATALOG");
-    catalog_->add_option("DIR", options_.file);
-    catalog_->add_option("-o,--output", options_.out);
+    catalog_->add_option("DIR", options_.file)->check(RefuseEmpty);
+    catalog_->add_option("-o,--output", options_.out)->check(RefuseEmpty);
     catalog_->callback([this] { options_.command = Command::kCatalog; });
   }
   void AddQuery() {
@@ -180,7 +185,7 @@ class Parser {
   void AddZipExtract() {
     UseHelpText(*zipExtract_, resources_, "HELP_ZIP_EXTRACT");
     AddMembers(*zipExtract_);
-    zipExtract_->add_option("-d,--directory", options_.out);
+    zipExtract_->add_option("-d,--directory", options_.out)->check(RefuseEmpty);
     zipExtract_->callback([this] { options_.command = Command::kZipExtract; });
   }
   void AddZipTest() {

@@ -1,9 +1,12 @@
 #include "tools/lmkutil/query.h"
 
+#include <algorithm>
 #include <cstdio>
+#include <set>
 #include <stdexcept>
 
 #include "tools/lmkutil/catalogue.h"
+#include "tools/lmkutil/printable.h"
 #include "tools/lmkutil/progress.h"
 #include "tools/lmkutil/query_explanation.h"
 #include "tools/lmkutil/record_view.h"
@@ -17,6 +20,19 @@ namespace lmkutil {
 namespace {
 
 using du::Dbase;
+
+// A misspelt name is no fault of the query, but hardly what was meant.
+void WarnOfUnknownNames(const std::string& query, const Dbase& records, const Resources& resources) {
+  constexpr auto& kKnown = attribute::kAll;
+  std::string known;
+  for (const char* const name : kKnown) known += (known.empty() ? "" : ", ") + std::string(name);
+  std::set<std::string> told;
+  for (const std::string& name : AttributesIn(query)) {
+    if (std::find(kKnown.begin(), kKnown.end(), name) != kKnown.end() || !told.insert(name).second) continue;
+    if (!records.PerformQuery("<" + name + ">").empty()) continue;
+    PrintError(resources.Text("QUERY_UNKNOWN_NAME", {Printable(name), known}));
+  }
+}
 
 // kDone, or what is wrong was written to the error stream.
 ExitStatus Find(const std::string& catalogue, const std::string& query, const Resources& resources,
@@ -43,6 +59,7 @@ ExitStatus Find(const std::string& catalogue, const std::string& query, const Re
     return kFoundWrong;
   }
   tracer(dp::TraceType::Info) << "found " << found.size() << " records in " << catalogue;
+  WarnOfUnknownNames(query, records, resources);
   return kDone;
 }
 

@@ -1,10 +1,10 @@
 #include "tools/lmkutil/query_explanation.h"
 
-#include <algorithm>
 #include <string_view>
 #include <vector>
 
 #include "tools/lmkutil/display_width.h"
+#include "tools/lmkutil/printable.h"
 
 #include "lmkutils/text/encoding.h"
 
@@ -41,21 +41,12 @@ const char* TagOf(du::QueryFault::Step step) {
   return "QUERY_TERM";
 }
 
-// In one line, and harmless for a terminal.
-std::u32string Printable(std::string_view text) {
-  std::u32string printable = du::ToUtf32(text);
-  std::replace_if(
-      printable.begin(), printable.end(), [](char32_t c) { return c < 0x20 || (c >= 0x7F && c < 0xA0); },
-      U' ');
-  return printable;
-}
-
 }  // namespace
 
 std::string ExplainQueryFault(const std::string& query, const du::QueryFault& fault,
                               const Resources& resources) {
-  const std::u32string before = Printable(std::string_view(query).substr(0, fault.position));
-  const std::u32string behind = Printable(std::string_view(query).substr(fault.position));
+  const std::u32string before = PrintableCharacters(std::string_view(query).substr(0, fault.position), U' ');
+  const std::u32string behind = PrintableCharacters(std::string_view(query).substr(fault.position), U' ');
   std::string start;
   if (before.size() <= kBefore) {
     start = du::ToUtf8(before);
@@ -69,6 +60,19 @@ std::string ExplainQueryFault(const std::string& query, const du::QueryFault& fa
       resources.Text(TagOf(fault.step), hasReason ? std::vector{fault.reason} : std::vector<std::string>());
   return resources.Text("QUERY_MALFORMED", {std::to_string(before.size() + 1), reason}) + "\n  " + start +
          rest + "\n  " + std::string(DisplayWidth(start), ' ') + "^";
+}
+
+// Behind a name there is "EQ" or "NE" and a pattern, or neither.
+std::vector<std::string> AttributesIn(const std::string& query) {
+  std::vector<std::string> names;
+  for (std::size_t start = query.find('<'); start != query.npos;) {
+    std::size_t end = query.find('>', start);
+    names.push_back(query.substr(start + 1, end - start - 1));
+    const std::size_t next = query.find_first_not_of(" \t\n\v\f\r", end + 1);
+    if (next != query.npos && (query[next] == 'E' || query[next] == 'N')) end = query.find('>', next);
+    start = query.find('<', end);
+  }
+  return names;
 }
 
 }  // namespace lmkutil

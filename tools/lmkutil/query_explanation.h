@@ -3,6 +3,7 @@
 #define LMKUTIL_QUERY_EXPLANATION_H
 
 #include <string>
+#include <vector>
 
 #include "tools/lmkutil/resources.h"
 
@@ -14,6 +15,9 @@ namespace lmkutil {
 // fault, and a caret under the character.
 std::string ExplainQueryFault(const std::string& query, const du::QueryFault& fault,
                               const Resources& resources);
+
+// The names of all attributes in a query that is well-formed, in its order, perhaps several times.
+std::vector<std::string> AttributesIn(const std::string& query);
 
 }  // namespace lmkutil
 

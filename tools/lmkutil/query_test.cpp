@@ -92,6 +92,17 @@ TEST_F(QueryCommand, PointsAtTheMistake) {
   }
 }
 
+TEST_F(QueryCommand, WarnsOfUnknownNames) {
+  const std::string names = "path, directory, name, extension, version, size, time, kind, crc32";
+  const ChildResult result =
+      Run("<name> EQ <EQ <a>\tAND (<nam\xC2\x9B> NE <x> OR\n<Kind>EQ<y> OR <kind>) XOR NOT <Kind>");
+  EXPECT_EQ(0, result.exitCode);
+  EXPECT_EQ("lmkutil: no file has an attribute \"nam?\"; the names are " + names +
+                "\nlmkutil: no file has an attribute \"Kind\"; the names are " + names + "\n",
+            result.err);
+  EXPECT_EQ("", Run("<version> EQ <9> OR <size>").err);
+}
+
 TEST_F(QueryCommand, SaysWhatElseIsWrong) {
   dir_.Write("files/" + std::string(40, 'a'), "");
   MakeCatalogue();

@@ -7,16 +7,14 @@
 
 #include "tools/lmkutil/catalogue.h"
 #include "tools/lmkutil/json.h"
+#include "tools/lmkutil/printable.h"
 
-#include "lmkutils/text/encoding.h"
 #include "lmkutils/text/symbol.h"
 
 namespace lmkutil {
 namespace {
 
-constexpr std::array kNames{attribute::kPath,      attribute::kDirectory, attribute::kName,
-                            attribute::kExtension, attribute::kVersion,   attribute::kSize,
-                            attribute::kTime,      attribute::kKind,      attribute::kCrc32};
+constexpr auto& kNames = attribute::kAll;
 constexpr std::size_t kPath = 0;
 constexpr std::size_t kSize = 5;
 constexpr std::size_t kTime = 6;
@@ -42,15 +40,6 @@ std::string CsvField(const std::string& text) {
   std::string field = "\"";
   for (const char c : text) field += c == '"' ? std::string("\"\"") : std::string(1, c);
   return field + '"';
-}
-
-// UTF-8 without control characters: a file may have any name.
-std::string Printable(const std::string& text) {
-  std::string printable = du::RepairUtf8(text);
-  std::replace_if(
-      printable.begin(), printable.end(),
-      [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; }, '?');
-  return printable;
 }
 
 std::string PadRight(const std::string& text, std::size_t width) {

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "tools/lmkutil/printable.h"
 #include "tools/lmkutil/query.h"
 #include "tools/lmkutil/table.h"
 #include "tools/lmkutil/zip_watch.h"

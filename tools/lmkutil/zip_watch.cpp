@@ -1,9 +1,9 @@
 #include "tools/lmkutil/zip_watch.h"
 
-#include <algorithm>
 #include <vector>
 
 #include "tools/lmkutil/commands.h"
+#include "tools/lmkutil/printable.h"
 
 #include "lmkutils/platform/command_line.h"
 
@@ -54,12 +54,6 @@ const char* TagOf(ZipProblem problem, ZipWatch::Work work) {
 }
 
 }  // namespace
-
-std::string Printable(std::string name) {
-  const auto isControl = [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; };
-  std::replace_if(name.begin(), name.end(), isControl, '?');
-  return name;
-}
 
 bool ZipWatch::Progress(const std::string& member, std::uint64_t bytes) {
   bytes_ += bytes;

@@ -43,9 +43,6 @@ class ZipWatch : public du::ZipObserver {
   std::uint64_t problems_ = 0;
 };
 
-// For a terminal: control characters, which a name may hold, as '?'.
-std::string Printable(std::string name);
-
 }  // namespace lmkutil
 
 #endif
