@@ -38,6 +38,10 @@ SystemError ReadOnce(File file, void* data, std::size_t size, std::size_t* count
 // bytes were taken, fewer than `size` also on success.
 SystemError WriteOnce(File file, const void* data, std::size_t size, std::size_t* written) noexcept;
 
+// Asks for room on the disk for `size` bytes from `position` on, which a large write then need not find block
+// by block. The file's size and contents stay. Only a hint: a system that has no such call does nothing.
+void ReserveRoom(File file, std::int64_t position, std::size_t size) noexcept;
+
 enum class SeekFrom { kStart, kCurrent, kEnd };
 // Moves the position of the next read or write, also beyond the end; *position, which may be null, is the new
 // one, from the start. Fails for what has no positions (pipes).

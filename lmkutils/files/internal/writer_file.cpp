@@ -36,6 +36,8 @@ bool WriterFile::IsSameFile(os::File other) const noexcept {
 }
 
 bool WriterFile::Write(const void* bytes, std::size_t size) noexcept {
+  constexpr std::size_t kWorthReserving = 1 << 20;
+  if (size >= kWorthReserving) os::ReserveRoom(file_, position_, size);
   std::size_t written = 0;
   const os::SystemError error = os::WriteOnce(file_, bytes, size, &written);
   position_ += static_cast<std::int64_t>(written);

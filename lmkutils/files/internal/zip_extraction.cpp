@@ -1,5 +1,7 @@
 #include "lmkutils/files/internal/zip_extraction.h"
 
+#include <algorithm>
+#include <cstdint>
 #include <utility>
 
 #include "lmkutils/files/file_system.h"
@@ -12,15 +14,17 @@ namespace du::internal {
 namespace {
 
 constexpr std::size_t kBlock = 256 * 1024;
+constexpr std::uint64_t kReserve = 64 * 1024 * 1024;  // at a time: what an archive claims may be wrong
 
 bool Exists(os::SystemError error) noexcept {
   return error == os::kErrorAlreadyExists || error == os::kErrorFileExists;
 }
 
-// The file of a member, removed again unless it is completed.
+// The file of a member of `size` bytes, removed again unless it is completed.
 class NewFile {
  public:
-  NewFile(os::Tree* tree, const std::string& name) : tree_(tree), name_(name) {}
+  NewFile(os::Tree* tree, const std::string& name, std::uint64_t size)
+      : tree_(tree), name_(name), size_(size) {}
   NewFile(const NewFile&) = delete;
   NewFile& operator=(const NewFile&) = delete;
   ~NewFile() {
@@ -39,7 +43,12 @@ class NewFile {
     current_ = std::move(name);
     return error;
   }
-  os::SystemError Write(const void* bytes, std::size_t size) noexcept { return file_.Write(bytes, size); }
+  os::SystemError Write(const void* bytes, std::size_t size) noexcept {
+    written_ += size;
+    if (size_ > kBlock && written_ > reserved_ && reserved_ < size_)
+      Reserve(std::min(size_ - reserved_, kReserve));
+    return file_.Write(bytes, size);
+  }
   os::SystemError Complete(std::int64_t modified) {
     if (const os::SystemError error = os::SetFileTimes(file_.Get(), 0, FileTimeOf(modified))) return error;
     if (const os::SystemError error = file_.Close()) return error;
@@ -51,8 +60,16 @@ class NewFile {
   }
 
  private:
+  void Reserve(std::uint64_t size) noexcept {
+    os::ReserveRoom(file_.Get(), static_cast<std::int64_t>(reserved_), static_cast<std::size_t>(size));
+    reserved_ += size;
+  }
+
   os::Tree* const tree_;
   const std::string& name_;
+  const std::uint64_t size_;
+  std::uint64_t written_ = 0;
+  std::uint64_t reserved_ = 0;
   OpenedFile file_;
   std::string current_;  // what it is called now, while there is one
 };
@@ -128,7 +145,7 @@ bool ZipExtraction::ExtractShort(const ZipEntry& entry, const std::string& name)
   const bool begun = input.BeginMember(entry);
   const std::ptrdiff_t count = begun ? input.Read(block_.Get(), size) : -1;
   if (!input.EndMember() || count < 0) return report_.Fail(ZipProblem::kDamaged, entry.member.name);
-  NewFile file(tree_.Get(), name);
+  NewFile file(tree_.Get(), name, entry.member.size);
   os::SystemError error = file.Create(true);
   if (error == os::kSuccess) error = file.Write(block_.Get(), size);
   if (error == os::kSuccess) error = file.Complete(entry.member.modified);
@@ -138,7 +155,7 @@ bool ZipExtraction::ExtractShort(const ZipEntry& entry, const std::string& name)
 
 bool ZipExtraction::ExtractLong(const ZipEntry& entry, const std::string& name) {
   ZipInput& input = contents_.Input();
-  NewFile file(tree_.Get(), name);
+  NewFile file(tree_.Get(), name, entry.member.size);
   const std::string& member = entry.member.name;
   if (file.Create(false) != os::kSuccess) return report_.Fail(ZipProblem::kCannotWriteFile, member);
   std::ptrdiff_t count = input.BeginMember(entry) ? 0 : -1;

@@ -108,6 +108,8 @@ SystemError WriteOnce(File file, const void* data, std::size_t size, std::size_t
   return error;
 }
 
+void ReserveRoom(File, std::int64_t, std::size_t) noexcept {}
+
 SystemError SeekFile(File file, std::int64_t offset, SeekFrom from, std::int64_t* position) noexcept {
   const DWORD method = from == SeekFrom::kStart     ? FILE_BEGIN
                        : from == SeekFrom::kCurrent ? FILE_CURRENT
