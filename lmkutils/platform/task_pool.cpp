@@ -18,6 +18,7 @@
 #include "lmkutils/platform/internal/task_run.h"
 #include "lmkutils/platform/internal/thread_trace.h"
 #include "lmkutils/platform/object_level_lockable.h"
+#include "lmkutils/platform/semaphore.h"
 #include "lmkutils/platform/thread.h"
 #include "lmkutils/text/internal/lasting_symbol.h"
 #include "lmkutils/time/timer.h"
@@ -68,6 +69,8 @@ struct TaskPool::Impl : CommonAllocated, dp::ObjectLevelLockable<TaskPool::Impl*
   unsigned drains = 0;   // CompletePendingTasks under way
   unsigned live = 0;     // workers that still take entries
   unsigned leaving = 0;  // workers that have done so, and wind up
+  unsigned stopWaiters = 0;
+  dp::Semaphore stopped;  // a unit for each of these when no stop is under way any more
   std::vector<Worker*, CommonAllocator<Worker*>> workers;
   std::atomic<unsigned> finished{0};    // of these, whose bodies are over
   std::atomic<unsigned> references{1};  // of the pool and of the workers
@@ -95,6 +98,7 @@ struct TaskPool::Impl : CommonAllocated, dp::ObjectLevelLockable<TaskPool::Impl*
   Admission UpdateAdmission() noexcept;
   Admission Revive() noexcept;
   void RequestStop() noexcept;
+  bool IsStopUnderWay() const noexcept { return state == State::kStopping || leaving != 0; }
   void WaitForStop() noexcept;
   void Leave(Worker& self) noexcept;
   void AbortFirst(std::size_t end) noexcept;
@@ -115,6 +119,7 @@ class TaskPool::Impl::Worker : public dp::Thread, public CommonAllocated {
     pool.Drop();
   }
 
+  internal::TaskQueue::Bed bed;
   bool isDismissed = false;  // has taken its order to end inside of a task; its own thread's
   bool hasLeft = false;      // takes no more entries; its own thread's
   unsigned drains = 0;       // CompletePendingTasks of its tasks under way; its own thread's
@@ -256,11 +261,13 @@ void TaskPool::Impl::RequestStop() noexcept {
 
 // For threads that are none of the workers.
 void TaskPool::Impl::WaitForStop() noexcept {
-  const auto isUnderWay = [this] {
+  bool mustWait = false;
+  {
     const Guard guard(*this);
-    return state == State::kStopping || leaving != 0;
-  };
-  while (isUnderWay()) Timer::SleepMilliSeconds(1);
+    mustWait = IsStopUnderWay();
+    if (mustWait) ++stopWaiters;
+  }
+  if (mustWait) internal::WaitForUnit(stopped);
   Reap(Ended::kBodies);
 }
 
@@ -282,11 +289,13 @@ void TaskPool::Impl::Close() noexcept {
 // -- What its workers do
 
 void TaskPool::Impl::Work(Worker& self) noexcept {
-  while (SmartPtr<Task> task = queue.Pop()) {
+  queue.BeginWork();
+  while (SmartPtr<Task> task = queue.Pop(self.bed)) {
     internal::RunTask(*task);
     task.reset();
     if (self.isDismissed) break;
   }
+  queue.EndWork();
   self.hasLeft = true;
   Leave(self);
 }
@@ -303,10 +312,15 @@ void TaskPool::Impl::Leave(Worker& self) noexcept {
     end = queue.Pushed();
   }
   if (isLast) AbortFirst(end);
-  const Guard guard(*this);
-  --leaving;
-  self.isFinished = true;
-  finished.fetch_add(1, std::memory_order_relaxed);
+  unsigned waiters = 0;
+  {
+    const Guard guard(*this);
+    --leaving;
+    self.isFinished = true;
+    finished.fetch_add(1, std::memory_order_relaxed);
+    if (!IsStopUnderWay()) waiters = std::exchange(stopWaiters, 0);
+  }
+  stopped.Signal(waiters);
 }
 
 // Those among the first `end` entries of the queue's life that are left. A pool that is started anew

@@ -37,7 +37,8 @@ class LMK_API Task : public RefCounted {
 // A queue of tasks and the threads ("TaskPool Thread") that take them from it, each the one at its front. How
 // many threads there are is a target that may be changed at any time; with a target of 0 each task runs at
 // once on the thread that inserts it. Nothing is promised about the order in which tasks that run at the same
-// time end.
+// time end. Threads without a task sleep; while tasks come some microseconds one after the other, one of them
+// stays awake for the next.
 //
 //   du::TaskPool pool(4);
 //   pool.InsertTask(du::MakeShared<Conversion>(file));

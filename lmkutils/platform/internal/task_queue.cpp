@@ -2,17 +2,39 @@
 
 #include <new>
 #include <stdexcept>
+#include <thread>
 #include <utility>
 
 #include "lmkutils/os/back_off.h"
+#include "lmkutils/os/clock.h"
 #include "lmkutils/os/memory.h"
 #include "lmkutils/os/thread.h"
 
 namespace du::internal {
 namespace {
 
-// How long a searcher stays awake, in pauses of the processor: some ten microseconds.
+// How long a searcher stays awake, in pauses of the processor: some tens of microseconds.
 constexpr unsigned kSearchPauses = 1000;
+// How long it gives producers that it outpaces, a microsecond or two.
+constexpr unsigned kHeadStartPauses = 64;
+
+// In ticks of the performance counter, which stands still when the system refuses.
+std::int64_t Now() noexcept {
+  std::int64_t ticks = 0;
+  os::ReadCounter(ticks);
+  return ticks;
+}
+
+// About as long as a search.
+bool IsShort(std::int64_t ticks) noexcept {
+  static const std::int64_t limit = os::CounterFrequency() / 30'000;
+  return ticks <= limit;
+}
+
+unsigned Processors() noexcept {
+  static const unsigned count = std::thread::hardware_concurrency();
+  return count;
+}
 
 }  // namespace
 
@@ -70,14 +92,14 @@ TaskQueue::~TaskQueue() {
 }
 
 Admission TaskQueue::Push(Task& task) {
-  bool mustWake = false;
+  Bed* woken = nullptr;
   {
     const Guard guard(*this);
     if (admission_ != Admission::kQueue) return admission_;
     Append(&task);
-    mustWake = SummonSearcher();
+    woken = SummonSearcher();
   }
-  if (mustWake) Wake();
+  Wake(woken);
   return Admission::kQueue;
 }
 
@@ -87,7 +109,7 @@ void TaskQueue::SetAdmission(Admission admission) noexcept {
 }
 
 void TaskQueue::PushStopOrders(unsigned count) noexcept {
-  bool mustWake = false;
+  Bed* woken = nullptr;
   {
     const Guard guard(*this);
     try {
@@ -95,9 +117,9 @@ void TaskQueue::PushStopOrders(unsigned count) noexcept {
     } catch (const std::bad_alloc&) {
       hastyStops_.fetch_add(count, std::memory_order_relaxed);
     }
-    mustWake = HasEntries() && SummonSearcher();
+    if (HasEntries()) woken = SummonSearcher();
   }
-  if (mustWake) Wake();
+  Wake(woken);
 }
 
 // The entry's reference is counted before a worker can see the entry, and drop it.
@@ -117,74 +139,101 @@ bool TaskQueue::HasEntries() const noexcept {
          hastyStops_.load(std::memory_order_relaxed) != 0;
 }
 
-// Under the producers' lock. Makes a sleeper the searcher, if there is one and no searcher: true when the
-// caller is to wake it, after unlocking.
-bool TaskQueue::SummonSearcher() noexcept {
-  if (hasSearcher_ || sleepers_ == 0) return false;
-  --sleepers_;
-  hasSearcher_ = true;
-  return true;
+void TaskQueue::BeginWork() noexcept {
+  const Guard guard(*this);
+  ++awake_;
 }
 
-SmartPtr<Task> TaskQueue::Pop() noexcept {
+void TaskQueue::EndWork() noexcept {
+  const Guard guard(*this);
+  --awake_;
+}
+
+SmartPtr<Task> TaskQueue::Pop(Bed& bed) noexcept {
   Task* entry = nullptr;
-  if (!Take(entry)) Search(entry);
+  if (!Take(entry)) Search(bed, entry);
   return SmartPtr<Task>::Attach(entry);
 }
 
-void TaskQueue::Search(Task*& entry) noexcept {
-  for (bool isSearcher = BeginSearch();; isSearcher = !AbandonSearch()) {
-    if (!isSearcher) Sleep();
-    os::BackOff backOff(kSearchPauses);
+void TaskQueue::Search(Bed& bed, Task*& entry) noexcept {
+  for (bool isSearcher = BeginSearch(bed);; isSearcher = !AbandonSearch(bed)) {
+    if (!isSearcher) WaitForUnit(bed.wake_);
+    os::BackOff backOff(patience_);
     do {
       if (Take(entry)) return EndSearch();
     } while (backOff.Pause());
   }
 }
 
-// False when there is a searcher: the caller is a sleeper then.
-bool TaskQueue::BeginSearch() noexcept {
-  const Guard guard(*this);
-  if (hasSearcher_) {
-    ++sleepers_;
-    return false;
-  }
+// -- Under the producers' lock
+
+// Makes a sleeper the searcher, if there is one and no searcher: the caller is to wake it, after unlocking.
+TaskQueue::Bed* TaskQueue::SummonSearcher() noexcept {
+  if (hasSearcher_ || sleepers_ == nullptr) return nullptr;
+  doesSearchPay_ = doesSearchPay_ || IsShort(Now() - quietSince_);
+  ++awake_;
+  Appoint();
+  return std::exchange(sleepers_, sleepers_->next_);
+}
+
+// There is no searcher, and shall be one.
+void TaskQueue::Appoint() noexcept {
   hasSearcher_ = true;
+  patience_ = doesSearchPay_ && awake_ < Processors() ? kSearchPauses : 0;
+}
+
+void TaskQueue::LieDown(Bed& bed) noexcept {
+  --awake_;
+  bed.next_ = std::exchange(sleepers_, &bed);
+}
+
+// -- What takes it
+
+// A worker that found more than one entry at a time and yet has none left outpaces the producers. It lets
+// them get ahead: to meet at every entry would slow both sides down. False when there is a searcher: the
+// caller is a sleeper then.
+bool TaskQueue::BeginSearch(Bed& bed) noexcept {
+  bool isTooFast = false;
+  {
+    const Guard guard(*this);
+    if (hasSearcher_) {
+      LieDown(bed);
+      return false;
+    }
+    Appoint();
+    isTooFast = taken_.load(std::memory_order_relaxed) != takenAtFind_;
+  }
+  os::BackOff headStart(isTooFast ? kHeadStartPauses : 0);
+  while (headStart.Pause()) {
+  }
   return true;
 }
 
 // True when there is still nothing to do: the searcher is a sleeper then.
-bool TaskQueue::AbandonSearch() noexcept {
+bool TaskQueue::AbandonSearch(Bed& bed) noexcept {
   const Guard guard(*this);
   if (HasEntries()) return false;
   hasSearcher_ = false;
-  ++sleepers_;
+  if (patience_ != 0) doesSearchPay_ = false;
+  quietSince_ = patience_ != 0 ? 0 : Now();
+  LieDown(bed);
   return true;
 }
 
 void TaskQueue::EndSearch() noexcept {
-  bool mustWake = false;
+  Bed* woken = nullptr;
   {
     const Guard guard(*this);
     hasSearcher_ = false;
-    mustWake = HasEntries() && SummonSearcher();
+    takenAtFind_ = taken_.load(std::memory_order_relaxed);
+    if (HasEntries()) woken = SummonSearcher();
   }
-  if (mustWake) Wake();
+  Wake(woken);
 }
 
-// The sleeper was made the searcher when this returns.
-void TaskQueue::Sleep() noexcept {
-  for (;;) {
-    try {
-      if (wake_.Wait(0)) return;
-    } catch (const std::runtime_error&) {  // the system fails; what else is there but to try again
-      os::YieldThread();
-    }
-  }
-}
-
-void TaskQueue::Wake() noexcept {
-  wake_.Signal();
+// Its sleeper is the searcher from now on.
+void TaskQueue::Wake(Bed* bed) noexcept {
+  if (bed != nullptr) bed->wake_.Signal();
 }
 
 bool TaskQueue::TryPop(SmartPtr<Task>& task) noexcept {
@@ -260,6 +309,16 @@ bool TaskQueue::Remove(const Task& task) noexcept {
 std::size_t TaskQueue::Count() const noexcept {
   const WorkersLock::Guard guard(workersLock_);
   return Pushed() - taken_.load(std::memory_order_relaxed) + hastyStops_.load(std::memory_order_relaxed);
+}
+
+void WaitForUnit(dp::Semaphore& semaphore) noexcept {
+  for (;;) {
+    try {
+      if (semaphore.Wait(0)) return;
+    } catch (const std::runtime_error&) {  // the system fails; what else is there but to try again
+      os::YieldThread();
+    }
+  }
 }
 
 }  // namespace du::internal

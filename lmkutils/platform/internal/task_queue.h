@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 
 #include "lmkutils/memory/smart_ptr.h"
@@ -29,12 +30,25 @@ enum class Admission : unsigned char {
 // published after the entry, tells workers how far they may go.
 //
 // Waking a thread costs more than most tasks. So at most one worker at a time, the searcher, stays awake
-// without work, for some microseconds; the others sleep, and one of them is woken only when there are entries
-// and no searcher. A searcher that finds an entry hands its part on to a sleeper if there are more. Who goes
-// to sleep looks once more under the producers' lock: nothing is pushed unseen.
+// without work, for some tens of microseconds; the others sleep, and one of them, the last that went to
+// sleep, is woken only when there are entries and no searcher. A searcher that finds an entry hands its part
+// on to a sleeper if there are more. Who goes to sleep looks once more under the producers' lock: nothing is
+// pushed unseen.
+//
+// A searcher that finds nothing has taken a processor from others, perhaps from the very thread that was
+// about to push: a system likes to run a woken thread where it was woken. So it searches only while that
+// pays, which it does not after a search in vain, until a wait has been as short as a search; and only while
+// the workers that are awake leave a processor to the producers.
 class TaskQueue : public dp::ObjectLevelLockable<TaskQueue*> {
  public:
-  // Throws std::bad_alloc, or std::runtime_error without a semaphore.
+  // Where a worker sleeps. Throws std::runtime_error without a semaphore.
+  class Bed {
+    friend class TaskQueue;
+    dp::Semaphore wake_;
+    Bed* next_ = nullptr;  // of a worker that sleeps for longer
+  };
+
+  // Throws std::bad_alloc.
   TaskQueue();
   ~TaskQueue() override;
 
@@ -46,8 +60,11 @@ class TaskQueue : public dp::ObjectLevelLockable<TaskQueue*> {
   // Appends orders to end. Those for which there is no memory are taken before all tasks.
   void PushStopOrders(unsigned count) noexcept;
 
-  // Waits for an entry and takes it.
-  SmartPtr<Task> Pop() noexcept;
+  // A thread says that it is a worker: before its first Pop, and after its last.
+  void BeginWork() noexcept;
+  void EndWork() noexcept;
+  // For workers, each with a bed of its own: waits for an entry and takes it.
+  SmartPtr<Task> Pop(Bed& bed) noexcept;
   // Takes the front entry if there is one; false otherwise.
   bool TryPop(SmartPtr<Task>& task) noexcept;
   // The same, if it is a task.
@@ -74,13 +91,14 @@ class TaskQueue : public dp::ObjectLevelLockable<TaskQueue*> {
   static Chunk* NewChunk();
   void Append(Task* entry);
   bool HasEntries() const noexcept;
-  bool SummonSearcher() noexcept;
-  void Search(Task*& entry) noexcept;
-  bool BeginSearch() noexcept;
-  bool AbandonSearch() noexcept;
+  Bed* SummonSearcher() noexcept;
+  void Appoint() noexcept;
+  void LieDown(Bed& bed) noexcept;
+  void Search(Bed& bed, Task*& entry) noexcept;
+  bool BeginSearch(Bed& bed) noexcept;
+  bool AbandonSearch(Bed& bed) noexcept;
   void EndSearch() noexcept;
-  void Sleep() noexcept;
-  void Wake() noexcept;
+  static void Wake(Bed* bed) noexcept;
   std::size_t Available() noexcept;
   Task* TakeFront() noexcept;
   bool Take(Task*& entry) noexcept;
@@ -89,8 +107,13 @@ class TaskQueue : public dp::ObjectLevelLockable<TaskQueue*> {
   Chunk* back_ = nullptr;
   std::size_t backIndex_ = 0;
   Admission admission_ = Admission::kRefuse;
+  Bed* sleepers_ = nullptr;  // the last that went to sleep
+  unsigned awake_ = 0;       // workers that do not sleep
   bool hasSearcher_ = false;
-  unsigned sleepers_ = 0;
+  bool doesSearchPay_ = true;
+  unsigned patience_ = 0;        // how long the searcher, who may read it unlocked, stays awake, in pauses
+  std::int64_t quietSince_ = 0;  // when the last searcher gave up at once, in ticks; else 0
+  std::size_t takenAtFind_ = 0;  // taken_ when the last searcher found an entry
   std::atomic<std::size_t> pushed_{0};
   std::atomic<unsigned> hastyStops_{0};  // orders to end that have no place in the queue
 
@@ -100,9 +123,10 @@ class TaskQueue : public dp::ObjectLevelLockable<TaskQueue*> {
   std::size_t frontIndex_ = 0;
   std::size_t knownPushed_ = 0;
   std::atomic<std::size_t> taken_{0};
-
-  alignas(64) dp::Semaphore wake_;  // a unit for each sleeper that is to wake
 };
+
+// Takes a unit, whatever the system says.
+void WaitForUnit(dp::Semaphore& semaphore) noexcept;
 
 }  // namespace du::internal
 
