@@ -1,6 +1,5 @@
 #include "tools/lmkutil/replacement.h"
 
-#include <filesystem>
 #include <system_error>
 
 #include "lmkutils/files/file_spec.h"
@@ -26,7 +25,10 @@ std::string PlaceOf(const std::string& path) {
 Replacement::Replacement(const std::string& path) : place_(PlaceOf(path)) {
   std::error_code error;
   const std::filesystem::file_status status = std::filesystem::status(Native(place_), error);
-  if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) return;
+  if (std::filesystem::exists(status)) {
+    if (!std::filesystem::is_regular_file(status)) return;
+    permissions_ = status.permissions();
+  }
   std::string parent;
   du::FileSpec(place_).GetLocation(&parent, false);
   folder_ = du::FileSystem::MkTempDir(parent.empty() ? "." : parent.c_str(), "lmkutil");
@@ -40,7 +42,9 @@ Replacement::~Replacement() {
 
 bool Replacement::Finish() {
   std::error_code error;
-  std::filesystem::rename(Native(File()), Native(place_), error);
+  if (permissions_ != std::filesystem::perms::unknown)
+    std::filesystem::permissions(Native(File()), permissions_, error);
+  if (!error) std::filesystem::rename(Native(File()), Native(place_), error);
   return !error;
 }
 

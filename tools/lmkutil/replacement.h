@@ -2,6 +2,7 @@
 #ifndef LMKUTIL_REPLACEMENT_H
 #define LMKUTIL_REPLACEMENT_H
 
+#include <filesystem>
 #include <string>
 
 namespace lmkutil {
@@ -20,11 +21,13 @@ class Replacement {
   [[nodiscard]] bool IsPossible() const noexcept { return !folder_.empty(); }
   // The path to write to. There is nothing yet.
   std::string File() const { return folder_ + "/new"; }
-  // Puts what was written into its place, in one step. False when that failed.
+  // Puts what was written into its place, in one step, with the permissions of an older file. False when that
+  // failed.
   [[nodiscard]] bool Finish();
 
  private:
   std::string place_;
+  std::filesystem::perms permissions_ = std::filesystem::perms::unknown;  // when there is no older file
   std::string folder_;
 };
 

@@ -63,6 +63,18 @@ TEST_F(ResultFileTest, LinksStayLinks) {
   }
 }
 
+TEST_F(ResultFileTest, PermissionsStay) {
+  const std::string file = dir_.Write("file", "old");
+  fs::permissions(file, fs::perms::owner_read | fs::perms::owner_write);
+  const fs::perms before = fs::status(file).permissions();
+  for (const Arguments& arguments : CommandsFor(file)) {
+    dir_.Write("file", "old");
+    EXPECT_EQ(RunTool(arguments).exitCode, 0) << arguments[0];
+    EXPECT_NE(dir_.Read("file"), "old") << arguments[0];
+    EXPECT_EQ(fs::status(file).permissions(), before) << arguments[0];
+  }
+}
+
 TEST_F(ResultFileTest, NothingElseIsTouched) {
   dir_.Write("out.part", "mine");
   for (const Arguments& arguments : CommandsFor(dir_.File("out"))) {
