@@ -8,7 +8,7 @@ namespace du {
 
 void* CommonAllocatorImpl::Allocate(unsigned size, void* hint) {
   internal::ThreadCache* cache = internal::ThreadCache::Current();
-  if (cache != nullptr && cache->IsSettled()) [[likely]] {
+  if (cache != nullptr && cache->IsSettled() && size <= internal::kLargestClassSize) [[likely]] {
     if (void* block = cache->Pop(cache->ClassOf(size))) [[likely]] {
       internal::NoteHandedOut(block);
       return block;
@@ -21,7 +21,8 @@ void CommonAllocatorImpl::Deallocate(void* block, unsigned size) noexcept {
   if (block == nullptr) return;
   internal::ThreadCache* cache = internal::ThreadCache::Current();
   // With a ledger the long way finds out first whose block it is.
-  if (!internal::kHasLedger && cache != nullptr && cache->IsSettled()) [[likely]] {
+  if (!internal::kHasLedger && cache != nullptr && cache->IsSettled() && size <= internal::kLargestClassSize)
+      [[likely]] {
     if (cache->Push(cache->ClassOf(size), block)) [[likely]]
       return;
   }

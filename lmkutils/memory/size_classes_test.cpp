@@ -12,6 +12,7 @@ TEST_P(SizeClasses, EverySizeFallsIntoTheClassThatJustHoldsIt) {
   for (unsigned size = 0; size <= kLargestClassSize; ++size) {
     const unsigned sizeClass = ClassOf(ladder, size);
     ASSERT_LT(sizeClass, ClassCount(ladder)) << size;
+    ASSERT_EQ(ClassTableOf(ladder).ClassOf(size), sizeClass) << size;
     ASSERT_LE(size, LargestSize(ladder, sizeClass)) << size;
     const unsigned smallest = SmallestSize(ladder, sizeClass);
     // The four classes that share a rounded size also share a smallest size.

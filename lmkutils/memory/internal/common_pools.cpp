@@ -56,7 +56,7 @@ ThreadCache* UsableCache(CommonPools& pools) noexcept {
 // For a thread whose fellows were killed, perhaps with locks of the pools: what its own cache has, else new
 // memory, which goes with the process.
 void* AllocateWithoutLocks(unsigned size) noexcept {
-  ThreadCache* cache = ThreadCache::Current();
+  ThreadCache* cache = size <= kLargestClassSize ? ThreadCache::Current() : nullptr;
   void* block = cache != nullptr ? cache->Pop(cache->ClassOf(size)) : nullptr;
   if (block == nullptr) return DirectAllocate(size);
   NoteHandedOut(block);
@@ -70,7 +70,7 @@ void KeepWithoutLocks(void* block, unsigned size) noexcept {
     if (DirectMode() || size <= kLargestClassSize) DirectFree(block, size);
     return;
   }
-  if (cache == nullptr) return;
+  if (cache == nullptr || size > kLargestClassSize) return;
   NoteReturned(block, span->owner, span->owner->GetName());
   cache->Push(cache->ClassOf(size), block);
 }

@@ -45,6 +45,9 @@ class EnvironmentSwitch {
 constinit EnvironmentSwitch higherSpeed("LUMORA_MEM_HIGHERSPEED_LARGERFOOTPRINT");
 constinit EnvironmentSwitch direct("LUMORA_MEM_MAXSPEED_MAXFOOTPRINT");
 
+constexpr ClassTable normalClasses(Ladder::kNormal);
+constexpr ClassTable higherSpeedClasses(Ladder::kHigherSpeed);
+
 // Nothing else runs when the library is loaded.
 [[maybe_unused]] const Ladder ladderAtLoad = ProcessLadder();
 
@@ -56,6 +59,10 @@ Ladder ProcessLadder() noexcept {
 
 bool DirectMode() noexcept {
   return direct.IsOn();
+}
+
+const ClassTable& ClassTableOf(Ladder ladder) noexcept {
+  return ladder == Ladder::kNormal ? normalClasses : higherSpeedClasses;
 }
 
 std::string ClassLabel(Ladder ladder, const char* poolName, unsigned sizeClass) {

@@ -2,7 +2,9 @@
 #ifndef LMKUTILS_MEMORY_INTERNAL_SIZE_CLASSES_H
 #define LMKUTILS_MEMORY_INTERNAL_SIZE_CLASSES_H
 
+#include <array>
 #include <bit>
+#include <cstdint>
 #include <string>
 
 namespace du::internal {
@@ -17,11 +19,11 @@ inline constexpr unsigned kLargestClassSize = 16384;
 inline constexpr unsigned kMaxSmallClasses = 32;
 inline constexpr unsigned kLargeTableClasses = 120;
 inline constexpr unsigned kMaxClasses = kMaxSmallClasses + kLargeTableClasses;
-// What larger requests have. It is a valid index of tables with a place for them behind all classes.
+// What larger requests have.
 inline constexpr unsigned kNoClass = kMaxClasses;
 
-// Where the two ladders differ, as data for the hot path: requests of up to `spreadBelow` bytes go to class
-// (size - 1) / 2, all others to the normal class plus `shift`.
+// Where the two ladders differ: requests of up to `spreadBelow` bytes go to class (size - 1) / 2, all others
+// to the normal class plus `shift`.
 struct LadderShape {
   unsigned spreadBelow;
   unsigned shift;
@@ -39,19 +41,43 @@ constexpr unsigned ClassCount(Ladder ladder) noexcept {
 
 // The class of a request; kNoClass above kLargestClassSize. Above 256 bytes each doubling has 16 classes, so
 // the class is the top five bits of size - 1 and the number of bits below them; to 256 bytes, where 3 bits
-// are cut off always, likewise. Sizes come in any order, so this branches only where all go one way.
-constexpr unsigned ClassOf(const LadderShape& shape, unsigned size) noexcept {
-  if (size > kLargestClassSize) [[unlikely]]
-    return kNoClass;
+// are cut off always, likewise.
+constexpr unsigned ClassOf(Ladder ladder, unsigned size) noexcept {
+  if (size > kLargestClassSize) return kNoClass;
+  const LadderShape shape = ShapeOf(ladder);
   const unsigned last = size - (size != 0 ? 1U : 0U);
   if (last < shape.spreadBelow) return last >> 1;
   const unsigned cut = (31U ^ static_cast<unsigned>(std::countl_zero(last | 128U))) - 4;
   return (last >> cut) + ((cut - 3) << 4) + shape.shift;
 }
 
-constexpr unsigned ClassOf(Ladder ladder, unsigned size) noexcept {
-  return ClassOf(ShapeOf(ladder), size);
-}
+// ClassOf worked out beforehand, a byte for each 8 bytes of size, for the hot path, in which to find the
+// highest bit of a size would cost as much as all the rest. Sizes come in any order, so this branches only
+// where all go one way.
+class ClassTable {
+ public:
+  constexpr explicit ClassTable(Ladder ladder) noexcept : spreadBelow_(ShapeOf(ladder).spreadBelow) {
+    for (unsigned i = 0; i < classes_.size(); ++i) {
+      classes_[i] = static_cast<std::uint8_t>(internal::ClassOf(ladder, i * kStep));
+    }
+  }
+
+  // Up to kLargestClassSize.
+  unsigned ClassOf(unsigned size) const noexcept {
+    if (size < spreadBelow_) [[unlikely]]
+      return (size - (size != 0 ? 1U : 0U)) >> 1;
+    return classes_[(size + kStep - 1) / kStep];
+  }
+
+ private:
+  static constexpr unsigned kStep = 8;
+
+  const unsigned spreadBelow_;
+  std::array<std::uint8_t, kLargestClassSize / kStep + 1> classes_{};
+};
+
+// The table of a ladder.
+const ClassTable& ClassTableOf(Ladder ladder) noexcept;
 
 // The rounded size of a class.
 constexpr unsigned LargestSize(Ladder ladder, unsigned sizeClass) noexcept {

@@ -37,7 +37,7 @@ void ThreadCache::Destroy() noexcept {
 }
 
 ThreadCache::ThreadCache(MemPoolState& state, void* storage) noexcept
-    : seen_(attention.WhenCalm()), shape_(ShapeOf(state.ladder)), state_(state), storage_(storage) {
+    : seen_(attention.WhenCalm()), classes_(ClassTableOf(state.ladder)), state_(state), storage_(storage) {
   for (unsigned sizeClass = 0; sizeClass < ClassCount(state.ladder); ++sizeClass) {
     bins_[sizeClass].SetLimit(BatchOf(sizeClass));
   }

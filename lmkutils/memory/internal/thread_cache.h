@@ -35,10 +35,10 @@ class alignas(64) ThreadCache {
   // Whether nothing happened since the cache last looked that forbids the short way.
   bool IsSettled() const noexcept { return seen_ == attention.Get(); }
 
-  // The class of a request, possibly kNoClass.
-  unsigned ClassOf(unsigned size) const noexcept { return internal::ClassOf(shape_, size); }
+  // The class of a request of up to kLargestClassSize bytes.
+  unsigned ClassOf(unsigned size) const noexcept { return classes_.ClassOf(size); }
 
-  // An element of the class; null when the list is empty, as that of kNoClass always is.
+  // An element of the class; null when the list is empty.
   void* Pop(unsigned sizeClass) noexcept {
     Bin& bin = bins_[sizeClass];
     FreeElement* element = bin.head;
@@ -48,7 +48,7 @@ class alignas(64) ThreadCache {
     return element;
   }
 
-  // Keeps an element; false when the list is full, as that of kNoClass always is.
+  // Keeps an element; false when the list is full.
   bool Push(unsigned sizeClass, void* block) noexcept {
     Bin& bin = bins_[sizeClass];
     const std::uint16_t pushed = bin.pushed.load(std::memory_order_relaxed);
@@ -59,9 +59,9 @@ class alignas(64) ThreadCache {
   }
 
   // Pop from an empty list: fetches a batch first. Null when the class is exhausted. Throws std::bad_alloc
-  // when the class's allocator cannot be made. Not for kNoClass.
+  // when the class's allocator cannot be made.
   void* Refill(unsigned sizeClass);
-  // Push into a full list. Not for kNoClass.
+  // Push into a full list.
   void Overflow(unsigned sizeClass, void* block) noexcept;
   // Gives everything back; the cache is settled then, unless a flag is up.
   void Flush() noexcept;
@@ -108,13 +108,13 @@ class alignas(64) ThreadCache {
   void HalveLimits() noexcept;
 
   std::size_t seen_;
-  const LadderShape shape_;
+  const ClassTable& classes_;
   MemPoolState& state_;
   void* const storage_;  // as the run-time heap gave it; lines of the cache are not shared with other threads
   std::size_t promised_ = 0;  // what the limits allow beyond the first batches, in bytes
   ThreadCache* previous_ = nullptr;
   ThreadCache* next_ = nullptr;
-  std::array<Bin, kMaxClasses + 1> bins_;  // the last, of kNoClass, stays empty
+  std::array<Bin, kMaxClasses> bins_;
 };
 
 // All caches of the process. Constant-initialised, used to the very end.
