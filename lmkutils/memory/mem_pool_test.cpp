@@ -1,5 +1,6 @@
 #include "lmkutils/memory/mem_pool.h"
 
+#include <algorithm>
 #include <cstring>
 #include <memory>
 #include <thread>
@@ -299,6 +300,24 @@ TYPED_TEST(ElementAllocators, GiveElementsAndTakeBlocksBack) {
     EXPECT_EQ(Allocated(pages), 0U);
     allocator.SetFailOnNextRequest();
     EXPECT_EQ(allocator.Allocate(nullptr), nullptr);
+  }
+}
+
+TYPED_TEST(ElementAllocators, GiveFreeElementsOfABlockInTheOrderOfTheirAddresses) {
+  Pages pages("pages");
+  for (const unsigned size : {8U, 24U, 96U}) {
+    TypeParam allocator("elements", size, 16384, &pages);
+    std::vector<void*> elements;
+    for (int i = 0; i < 150; ++i) elements.push_back(allocator.Allocate(nullptr));
+    EXPECT_TRUE(std::ranges::is_sorted(elements));
+    Random random(size);
+    for (std::size_t i = elements.size(); i > 1; --i) std::swap(elements[i - 1], elements[random() % i]);
+    std::vector<void*> freed(elements.begin() + 50, elements.end());
+    for (void* element : freed) allocator.Free(element);
+    EXPECT_TRUE(allocator.IsInSaneState());
+    std::ranges::sort(freed);
+    for (void* element : freed) EXPECT_EQ(allocator.Allocate(nullptr), element);
+    EXPECT_TRUE(allocator.IsInSaneState());
   }
 }
 

@@ -1,7 +1,9 @@
 #include "lmkutils/memory/internal/span_store.h"
 
 #include <algorithm>
+#include <bit>
 #include <exception>
+#include <limits>
 #include <new>
 #include <utility>
 
@@ -34,7 +36,21 @@ std::pair<void*, unsigned> TryAllocate(SystemMallocCtrl* supplier, std::size_t b
   }
 }
 
-// Room behind a Span for its marks.
+constexpr std::uint32_t kBits = std::numeric_limits<std::size_t>::digits;  // in a word of Span::free
+
+constexpr std::uint32_t Words(std::uint32_t capacity) noexcept {
+  return (capacity + kBits - 1) / kBits;
+}
+
+void FreeAll(Span& span) noexcept {
+  const std::uint32_t whole = span.capacity / kBits;
+  std::fill_n(span.free, whole, ~std::size_t{0});
+  if (const std::uint32_t rest = span.capacity % kBits; rest != 0) {
+    span.free[whole] = (std::size_t{1} << rest) - 1;
+  }
+}
+
+// Room behind a Span and its bits for its marks.
 constexpr std::size_t MarkBytes(std::uint32_t capacity) noexcept {
 #ifdef NDEBUG
   static_cast<void>(capacity);
@@ -71,6 +87,7 @@ void SpanStore::ReleaseAll(bool supplierAlive) noexcept {
 
 Chain SpanStore::Take(std::size_t count) noexcept {
   Chain chain;
+  FreeElement** end = &chain.head;
   while (chain.count < count) {
     Span* span = partial_;
     if (span == nullptr) {
@@ -78,48 +95,51 @@ Chain SpanStore::Take(std::size_t count) noexcept {
       if (span == nullptr) break;
       Link(partial_, span);
     }
-    TakeFrom(*span, count - chain.count, chain);
+    const std::size_t taken = std::min<std::size_t>(count - chain.count, span->capacity - span->used);
+    end = TakeFrom(*span, taken, end);
+    chain.count += taken;
     if (span->used == span->capacity) {
       Unlink(partial_, span);
       Link(full_, span);
     }
   }
+  *end = nullptr;
   out_ += chain.count;
   return chain;
 }
 
-void SpanStore::TakeFrom(Span& span, std::size_t count, Chain& chain) const noexcept {
-  const std::size_t before = chain.count;
-  for (; chain.count - before < count && span.free != nullptr;) {
-    FreeElement* element = span.free;
-    span.free = element->next;
-    chain.Push(element);
+// Hangs the first `count` elements, not more than there are, on the link `end`; gives the last one's.
+FreeElement** SpanStore::TakeFrom(Span& span, std::size_t count, FreeElement** end) const noexcept {
+  span.used += static_cast<std::uint32_t>(count);
+  std::uint32_t word = span.firstFree;
+  for (; count != 0; --count) {
+    while (span.free[word] == 0) ++word;
+    const std::uint32_t index = word * kBits + static_cast<std::uint32_t>(std::countr_zero(span.free[word]));
+    span.free[word] &= span.free[word] - 1;
+    auto* const element = ::new (span.base + std::size_t{index} * elementSize_) FreeElement{nullptr};
+    *end = element;
+    end = &element->next;
   }
-  // Untouched memory from its far end, so that the chain is popped in the order of addresses.
-  const std::size_t fresh =
-      std::min<std::size_t>(count - (chain.count - before), span.capacity - span.carved);
-  for (std::size_t i = fresh; i-- > 0;) chain.Push(span.base + (span.carved + i) * elementSize_);
-  span.carved += static_cast<std::uint32_t>(fresh);
-  span.used += static_cast<std::uint32_t>(chain.count - before);
+  span.firstFree = word;
+  return end;
 }
 
 void SpanStore::Give(Chain chain) noexcept {
   out_ -= chain.count;
   while (chain.head != nullptr) {
-    FreeElement* element = chain.head;
+    const FreeElement* const element = chain.head;
     chain.head = element->next;
     Span* span = pageMap.Find(element);
-    element->next = span->free;
-    span->free = element;
+    const auto offset = static_cast<std::uint32_t>(reinterpret_cast<const char*>(element) - span->base);
+    const std::uint32_t index = offset / elementSize_;
+    span->free[index / kBits] |= std::size_t{1} << (index % kBits);
+    span->firstFree = std::min(span->firstFree, index / kBits);
     if (span->used-- == span->capacity) {
       Unlink(full_, span);
       Link(partial_, span);
     }
     if (span->used != 0) continue;
     Unlink(partial_, span);
-    // Everything is free again: start over in the order of addresses.
-    span->free = nullptr;
-    span->carved = 0;
     if (empty_ == nullptr) {
       Link(empty_, span);
     } else {
@@ -173,27 +193,31 @@ Span* SpanStore::NewSpan() noexcept {
     if (block.first == nullptr) return nullptr;
     base = AlignedUp(block.first);
   }
-  auto* storage = static_cast<Span*>(os::HeapAllocate(sizeof(Span) + MarkBytes(spanCapacity_)));
+  const std::size_t bitBytes = Words(spanCapacity_) * sizeof(std::size_t);
+  auto* storage = static_cast<Span*>(os::HeapAllocate(sizeof(Span) + bitBytes + MarkBytes(spanCapacity_)));
   if (storage == nullptr || !pageMap.Set(base, spanBytes_, storage)) {
     os::HeapFree(storage);
     supplier_->Free(block.first);
     return nullptr;
   }
-  auto* marks =
-      ::new (storage + 1) std::atomic<std::uint32_t>[MarkBytes(spanCapacity_) / sizeof(std::uint32_t)]();
+  auto* bits = ::new (storage + 1) std::size_t[Words(spanCapacity_)];
+  auto* marks = ::new (bits + Words(spanCapacity_))
+      std::atomic<std::uint32_t>[MarkBytes(spanCapacity_) / sizeof(std::uint32_t)]();
   held_ += spanCapacity_;
   ++spans_;
-  return ::new (storage) Span{.previous = nullptr,
-                              .next = nullptr,
-                              .owner = owner_,
-                              .base = base,
-                              .block = block.first,
-                              .free = nullptr,
-                              .used = 0,
-                              .carved = 0,
-                              .capacity = spanCapacity_,
-                              .elementSize = elementSize_,
-                              .marks = marks};
+  auto* const span = ::new (storage) Span{.previous = nullptr,
+                                          .next = nullptr,
+                                          .owner = owner_,
+                                          .base = base,
+                                          .block = block.first,
+                                          .free = bits,
+                                          .used = 0,
+                                          .firstFree = 0,
+                                          .capacity = spanCapacity_,
+                                          .elementSize = elementSize_,
+                                          .marks = marks};
+  FreeAll(*span);
+  return span;
 }
 
 void SpanStore::Release(Span* span, bool supplierAlive) noexcept {
@@ -212,13 +236,12 @@ bool SpanStore::IsInSaneState() const noexcept {
     for (const Span* span = list; span != nullptr; span = span->next) {
       ++spans;
       out += span->used;
-      std::size_t freeElements = 0;
-      for (const FreeElement* element = span->free; element != nullptr; element = element->next) {
-        const auto offset = static_cast<std::size_t>(reinterpret_cast<const char*>(element) - span->base);
-        if (offset % elementSize_ != 0 || offset / elementSize_ >= span->carved) return false;
-        if (++freeElements > span->carved) return false;
+      std::uint32_t freeElements = 0;
+      for (std::uint32_t word = 0; word < Words(span->capacity); ++word) {
+        if (span->free[word] != 0 && word < span->firstFree) return false;
+        freeElements += static_cast<std::uint32_t>(std::popcount(span->free[word]));
       }
-      if (span->used + freeElements != span->carved || span->carved > span->capacity) return false;
+      if (span->used + freeElements != span->capacity) return false;
       if (pageMap.Find(span->base) != span || span->owner != owner_) return false;
       const bool inPlace = list == full_    ? span->used == span->capacity
                            : list == empty_ ? span->used == 0

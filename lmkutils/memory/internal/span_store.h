@@ -35,10 +35,10 @@ struct Span {
   Span* next;
   ElementAllocator* owner;
   char* base;
-  void* block;           // what the supplier gave; `base` is its first page boundary
-  FreeElement* free;     // elements given back
-  std::uint32_t used;    // elements that are out
-  std::uint32_t carved;  // elements ever given: those from here on have not been touched
+  void* block;              // what the supplier gave; `base` is its first page boundary
+  std::size_t* free;        // a bit an element, set while the span has it
+  std::uint32_t used;       // elements that are out
+  std::uint32_t firstFree;  // no word of `free` before this one has a bit set
   std::uint32_t capacity;
   std::uint32_t elementSize;
   std::atomic<std::uint32_t>* marks;  // debug builds: a bit an element, set while the pool's caller has it
@@ -46,8 +46,9 @@ struct Span {
 
 // Spans are whole pages of the page map, as many blocks of the size asked for as leave at most a sixteenth of
 // them unused. A span from which nothing is out is kept in reserve once, further ones go back to the supplier
-// at once. Memory of a span is touched only when its elements are first given out. Not thread-safe: the owner
-// locks.
+// at once. Elements are given in the order of their addresses, so that what one thread takes at once lies
+// together, apart from what others take, and their memory is touched only then: bits beside it tell which are
+// free. Not thread-safe: the owner locks.
 class SpanStore {
  public:
   // `elementSize` is at least 8, a multiple of 8; `blockSize` a multiple of PageMap::kPageSize.
@@ -80,7 +81,7 @@ class SpanStore {
   static void Unlink(Span*& list, Span* span) noexcept;
   Span* NewSpan() noexcept;
   void Release(Span* span, bool supplierAlive) noexcept;
-  void TakeFrom(Span& span, std::size_t count, Chain& chain) const noexcept;
+  FreeElement** TakeFrom(Span& span, std::size_t count, FreeElement** end) const noexcept;
 
   ElementAllocator* const owner_;
   SystemMallocCtrl* const supplier_;

@@ -111,8 +111,10 @@ void ThreadCache::HalveLimits() noexcept {
 void ThreadCache::Flush() noexcept {
   seen_ = attention.WhenCalm();
   for (unsigned sizeClass = 0; sizeClass < ClassCount(state_.ladder); ++sizeClass) {
-    const unsigned batch = BatchOf(sizeClass);
-    while (bins_[sizeClass].head != nullptr) GiveBack(sizeClass, batch);
+    // More than a batch at once goes to where its neighbours are, and is not handed to the next thread as it
+    // is.
+    const unsigned count = 8 * BatchOf(sizeClass);
+    while (bins_[sizeClass].head != nullptr) GiveBack(sizeClass, count);
   }
 }
 

@@ -94,7 +94,7 @@ class alignas(64) ThreadCache {
                     std::memory_order_relaxed);
     }
   };
-  static constexpr std::size_t kBudget = std::size_t{1} << 20;  // bytes beyond the first batch of each class
+  static constexpr std::size_t kBudget = std::size_t{4} << 20;  // bytes beyond the first batch of each class
   static constexpr std::uint16_t kLongest = 8192;
   static constexpr std::uint16_t kPatience = 3;  // overflows before a limit is lowered
 
