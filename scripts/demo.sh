@@ -26,9 +26,19 @@ export LUMORA_TRACE_FORMAT=json TRACKING_ID=demo
 echo "The tool below is $tool; its messages go through symbols, tables and the tracer of the library."
 
 title() { printf '\n\033[1m%s\033[0m\n' "$1"; }
+show() {  # show ARGUMENT...: as one would type them
+  local argument
+  for argument in "$@"; do
+    case $argument in
+      *[!A-Za-z0-9_./=-]* | "") printf " '%s'" "$argument" ;;
+      *) printf ' %s' "$argument" ;;
+    esac
+  done
+  echo
+}
 run() {   # run NAME ARGUMENT...: shows the command, runs it with a trace of its own
   local name=$1; shift
-  printf '$ %slmkutil' "${LUMORA_LANG:+LUMORA_LANG=$LUMORA_LANG }"; printf ' %q' "$@"; echo
+  printf '$ %slmkutil' "${LUMORA_LANG:+LUMORA_LANG=$LUMORA_LANG }"; show "$@"
   LUMORA_TRACE="$trace/$name.json" "$tool" "$@" || echo "(exit status $?)"
 }
 [ -t 1 ] || title() { printf '\n%s\n' "$1"; }
