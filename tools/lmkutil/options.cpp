@@ -79,6 +79,8 @@ class Parser {
     } catch (const CLI::CallForHelp&) {
       options_.text = app_.help();
       return true;
+    } catch (const CLI::ExcludesError&) {
+      error = resources_.Text("USAGE_EXCLUDED", {CommandName()});
     } catch (const CLI::ParseError&) {
       const std::vector<std::string> rest = app_.remaining(true);
       error = rest.empty() ? resources_.Text("USAGE_MISSING", {CommandName()})

@@ -111,7 +111,9 @@ TEST_F(QueryCommand, SaysWhatElseIsWrong) {
   EXPECT_THAT(costly.err, HasSubstr("Regex exceeds the match limit."));
   EXPECT_EQ(1, RunTool({"query", catalogue_ + ".none", "<a>"}).exitCode);
   EXPECT_EQ(2, RunTool({"query", catalogue_}).exitCode);
-  EXPECT_EQ(2, RunTool({"query", catalogue_, "<a>", "--json", "--csv"}).exitCode);
+  const ChildResult both = RunTool({"query", catalogue_, "<a>", "--json", "--csv"});
+  EXPECT_EQ(2, both.exitCode);
+  EXPECT_EQ("lmkutil: two of the arguments exclude each other; see \"lmkutil query --help\"\n", both.err);
 }
 
 }  // namespace
