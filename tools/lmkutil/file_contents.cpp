@@ -1,6 +1,8 @@
 #include "tools/lmkutil/file_contents.h"
 
+#include <algorithm>
 #include <cstring>
+#include <limits>
 
 #include "tools/lmkutil/catalogue.h"
 #include <zlib.h>
@@ -28,17 +30,20 @@ bool IsAscii(std::string_view bytes) {
 
 FileContents::FileContents() : block_(kBlock) {}
 
-bool FileContents::Read(const std::string& path) {
+bool FileContents::Read(const std::string& path, std::uint64_t size) {
   start_.clear();
   size_ = 0;
   crc32_ = 0;
   isAscii_ = true;
   if (!file_.Open(path, 0, kBlock)) return false;
+  const std::uint64_t end = size == 0 ? std::numeric_limits<std::uint64_t>::max() : size;
+  unsigned part = 0;
   unsigned count = 0;
   do {
-    count = file_.Read(block_.data(), kBlock);
+    part = static_cast<unsigned>(std::min<std::uint64_t>(kBlock, end - size_));
+    count = file_.Read(block_.data(), part);
     Take({block_.data(), count});
-  } while (count == kBlock && !dp::CommandLine::IsInterrupted());
+  } while (count == part && size_ < end && !dp::CommandLine::IsInterrupted());
   const bool isGood = !file_.IsError();
   file_.Close();
   return isGood;

@@ -11,13 +11,15 @@
 
 namespace lmkutil {
 
-// Reads files to their ends, one after the other; less of them when the program is interrupted.
+// Reads files, one after the other; less of them when the program is interrupted.
 class FileContents {
  public:
   FileContents();
 
-  // False when the file cannot be read, and no figures then.
-  bool Read(const std::string& path);
+  // Reads as much as the file had when it was looked at, which spares the system the call that tells that it
+  // ends there; to its end when that was nothing, since some systems keep files that say so. False when the
+  // file cannot be read, and no figures then.
+  bool Read(const std::string& path, std::uint64_t size);
 
   std::uint64_t Size() const { return size_; }
   std::uint32_t Crc32() const { return crc32_; }

@@ -35,11 +35,15 @@ std::string Joined(const std::string& folder, const std::string& name) {
          (isRoot ? "" : std::string(1, static_cast<char>(std::filesystem::path::preferred_separator))) + name;
 }
 
+std::filesystem::path NativePath(const std::string& path) {
+  return std::filesystem::path(std::u8string(path.begin(), path.end()));
+}
+
 // For a folder in which nothing was found.
 bool IsReadable(const std::string& folder) {
   std::error_code error;
-  const std::filesystem::path native(std::u8string(folder.begin(), folder.end()));
-  return std::filesystem::directory_iterator(native, error) != std::filesystem::directory_iterator() ||
+  return std::filesystem::directory_iterator(NativePath(folder), error) !=
+             std::filesystem::directory_iterator() ||
          !error;
 }
 
@@ -69,6 +73,11 @@ std::string TimeText(std::int64_t seconds) {
 }
 
 }  // namespace
+
+bool KeepsFiles(const std::string& folder) {
+  std::error_code error;
+  return std::filesystem::space(NativePath(folder), error).capacity != 0 || error;
+}
 
 // A part of the walk. What goes wrong in it, which can only be for want of memory, ends the whole walk.
 class FolderWalk::Piece : public du::Task {
@@ -154,6 +163,11 @@ void FolderWalk::Wait(Phase phase, const Observer& observer) {
 }
 
 void FolderWalk::List(const std::string& path) {
+  if (path != root_ && !KeepsFiles(path)) {
+    Tracer()(dp::TraceType::Info) << "leave out the folder " << path << ", which keeps no files";
+    ++counts_.others;
+    return;
+  }
   Folder folder{path, {}};
   std::size_t entries = 0;
   du::FindFile find;
@@ -198,7 +212,7 @@ void FolderWalk::Note(const Folder& folder, FileNote& file, FileContents& conten
   }
   file.path = path;
   file.time = TimeText(stat.modificationTime);
-  if (contents.Read(path)) {
+  if (contents.Read(path, stat.size)) {
     file.state = FileNote::State::kRead;
     file.size = std::to_string(contents.Size());
     file.crc32 = Hexadecimal(contents.Crc32(), 8);

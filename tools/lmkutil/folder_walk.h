@@ -45,15 +45,20 @@ struct WalkCounts {
   std::atomic<std::uint64_t> filesDone{0};  // whatever came of them
   std::atomic<std::uint64_t> bytes{0};      // read
   std::atomic<std::uint64_t> links{0};      // not followed
-  std::atomic<std::uint64_t> others{0};     // devices, pipes, sockets
+  std::atomic<std::uint64_t> others{0};     // devices, pipes, sockets; folders that keep no files
   std::atomic<std::uint64_t> unreadableFolders{0};
   std::atomic<std::uint64_t> unreadableFiles{0};
   std::atomic<std::uint64_t> vanishedFiles{0};
 };
 
+// False for a folder of a file system that has no room for files: it only shows what the system knows, as
+// /proc and /sys do on Linux, in files without end and such whose reading waits or changes something.
+bool KeepsFiles(const std::string& folder);
+
 // Looks through a folder on the threads of a task pool: first which files there are, then at each of them.
 // Links are counted, not followed; what comes, goes or changes meanwhile may be found or not, and what cannot
-// be read is counted. Stops early when the program is interrupted.
+// be read is counted. Below its root it leaves out file systems that keep no files. Stops early when the
+// program is interrupted.
 class FolderWalk : public dp::ObjectLevelLockable<FolderWalk*> {
  public:
   enum class Phase { kListing, kReading };

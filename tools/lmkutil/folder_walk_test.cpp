@@ -101,6 +101,17 @@ TEST_F(FolderWalkTest, CountsLinksAndDoesNotFollowThem) {
   EXPECT_EQ(walk.Counts().folders, 2U);
 }
 
+TEST_F(FolderWalkTest, KnowsFoldersThatKeepNoFiles) {
+  EXPECT_TRUE(lmkutil::KeepsFiles(folder_.Path()));
+  EXPECT_TRUE(lmkutil::KeepsFiles(folder_.File("missing")));  // which shall be told of as what cannot be read
+  const bool hasDrives = std::filesystem::path::preferred_separator != '/';
+  for (const char* const shown : {"/proc/self", "/sys/kernel"}) {
+    if (!hasDrives && du::FileSystem::DirExists(shown)) {
+      EXPECT_FALSE(lmkutil::KeepsFiles(shown)) << shown;
+    }
+  }
+}
+
 TEST_F(FolderWalkTest, CountsWhatCannotBeRead) {
   folder_.Write("a", "a");
   {
