@@ -18,15 +18,14 @@ void* CommonAllocatorImpl::Allocate(unsigned size, void* hint) {
 }
 
 void CommonAllocatorImpl::Deallocate(void* block, unsigned size) noexcept {
-  if (block == nullptr) return;
+  if (block == nullptr) [[unlikely]]
+    return;
   internal::ThreadCache* cache = internal::ThreadCache::Current();
   // With a ledger the long way finds out first whose block it is.
-  if (!internal::kHasLedger && cache != nullptr && cache->IsSettled() && size <= internal::kLargestClassSize)
-      [[likely]] {
-    if (cache->Push(cache->ClassOf(size), block)) [[likely]]
-      return;
+  if (internal::kHasLedger || cache == nullptr || !cache->IsSettled() || size > internal::kLargestClassSize ||
+      !cache->Push(cache->ClassOf(size), block)) [[unlikely]] {
+    internal::DeallocateTheLongWay(block, size);
   }
-  internal::DeallocateTheLongWay(block, size);
 }
 
 unsigned CommonAllocatorImpl::GetRoundedSize(unsigned size) noexcept {
