@@ -114,9 +114,14 @@ void ReleaseLastReference(const char* text) noexcept {
   if (SymbolTable* const table = Table::Existing()) table->Release(text);
 }
 
+void PutAside(const char* text) noexcept {
+  if (SymbolTable* const table = Table::Existing()) table->PutAside(text);
+}
+
 // Half-way between the limit and wrapping around, so that neither additions nor subtractions that are under
 // way get anywhere.
 void PinEntry(SymbolEntry& entry) noexcept {
+  if (!SymbolEntry::IsPermanent(entry.count.load(std::memory_order_relaxed))) return;  // only awaited
   entry.count.store(SymbolEntry::kPermanent + SymbolEntry::kPermanent / 2, std::memory_order_relaxed);
 }
 

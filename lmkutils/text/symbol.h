@@ -29,11 +29,17 @@ struct SymbolEntryExtra<4> {};
 
 // What stands immediately before the text of a symbol: last the count, then the length.
 struct SymbolEntry : SymbolEntryExtra<sizeof(void*)> {
-  std::atomic<std::uint32_t> count{0};
+  std::atomic<std::uint32_t> count{0};  // of references, and kAwaited
   std::uint32_t length = 0;
 
   // A count that gets this far never comes back: the entry stays for ever instead of wrapping to 0 alive.
-  static constexpr std::uint32_t kPermanent = 0x80000000u;
+  static constexpr std::uint32_t kPermanent = 0x40000000u;
+  // The thread whose drop brought the references to 0 has not come to the table yet, and the entry is in use
+  // again: see SymbolTable.
+  static constexpr std::uint32_t kAwaited = 0x80000000u;
+  static constexpr bool IsPermanent(std::uint32_t count) noexcept {
+    return (count & ~kAwaited) >= kPermanent;
+  }
 
   static SymbolEntry& Of(const char* text) noexcept {
     return *reinterpret_cast<SymbolEntry*>(const_cast<char*>(text) - sizeof(SymbolEntry));
@@ -48,6 +54,7 @@ extern LMK_API std::atomic<bool> symbolTableGone;
 LMK_API const char* InternText(const char* text);
 LMK_API const char* InternText(const std::string& text);
 LMK_API void ReleaseLastReference(const char* text) noexcept;
+LMK_API void PutAside(const char* text) noexcept;
 LMK_API void PinEntry(SymbolEntry& entry) noexcept;
 LMK_API bool SymbolLess(const char* a, const char* b) noexcept;
 LMK_API std::uint32_t SymbolHash(const char* text) noexcept;
@@ -71,22 +78,16 @@ inline void AddReference(const char* text) noexcept {
   if (entry.count.fetch_add(1, std::memory_order_acq_rel) >= SymbolEntry::kPermanent) PinEntry(entry);
 }
 
-// While the count is above 1, one step takes our reference away and proves that another one is left: the
-// entry cannot die by it, so nobody needs to be told. Until the step succeeds our own reference keeps the
-// entry alive; after it we touch the entry no more. Only a release that may be the last one goes to the
-// table.
+// A reference that is seen not to be the last one is dropped in one step, of which nobody needs to be told:
+// after it we touch the entry no more. Should all others have been dropped in between, the step tells us, and
+// the entry waits for us at the table. One that may be the last is announced there before it is dropped.
 inline void DropReference(const char* text) noexcept {
   if (text == nullptr || symbolTableGone.load(std::memory_order_relaxed)) return;
   SymbolEntry& entry = SymbolEntry::Of(text);
-  std::uint32_t count = entry.count.load(std::memory_order_relaxed);
-  while (count > 1) {
-    if (count >= SymbolEntry::kPermanent) return;
-    if (entry.count.compare_exchange_weak(count, count - 1, std::memory_order_acq_rel,
-                                          std::memory_order_relaxed)) {
-      return;
-    }
-  }
-  ReleaseLastReference(text);
+  const std::uint32_t count = entry.count.load(std::memory_order_relaxed);
+  if (count == 1) return ReleaseLastReference(text);
+  if (SymbolEntry::IsPermanent(count)) return;
+  if (entry.count.fetch_sub(1, std::memory_order_acq_rel) == 1) PutAside(text);
 }
 
 }  // namespace internal

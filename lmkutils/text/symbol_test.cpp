@@ -249,14 +249,15 @@ TEST(Symbol, CountThatWouldOverflowMakesTheEntryPermanent) {
   Symbol symbol("held very often");
   auto& count = du::internal::SymbolEntry::Of(symbol.c_str()).count;
   const char* const text = symbol.c_str();
-  count.store(0x7FFFFFFF);
+  constexpr std::uint32_t kPermanent = du::internal::SymbolEntry::kPermanent;
+  count.store(kPermanent - 1);
   {
     std::vector<Symbol> copies(10, symbol);
     copies.emplace_back("held very often");
-    EXPECT_GE(count.load(), 0x80000000u);
+    EXPECT_GE(count.load(), kPermanent);
   }
-  EXPECT_GE(count.load(), 0x80000000u);
-  count.store(0x80000000u);
+  EXPECT_GE(count.load(), kPermanent);
+  count.store(kPermanent);
   symbol.clear();
   for (int i = 0; i < 300; ++i) Symbol("other " + std::to_string(i));  // several sweeps
   EXPECT_EQ(text, Symbol("held very often").c_str());

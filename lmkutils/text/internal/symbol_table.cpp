@@ -129,7 +129,7 @@ const char* SymbolTable::InternInUse(std::uint32_t hash, const char* text, std::
   std::atomic<std::uint32_t>& count = CountOf(present);
   std::uint32_t seen = count.load(std::memory_order_relaxed);
   while (seen != 0) {
-    if (seen >= SymbolEntry::kPermanent) return present;
+    if (SymbolEntry::IsPermanent(seen)) return present;
     if (count.compare_exchange_weak(seen, seen + 1, std::memory_order_acq_rel, std::memory_order_relaxed)) {
       return present;
     }
@@ -141,8 +141,12 @@ const char* SymbolTable::InternInUse(std::uint32_t hash, const char* text, std::
 const char* SymbolTable::InternKnown(std::uint32_t hash, const char* text, std::size_t length) noexcept {
   const char* const present = index_.load(std::memory_order_relaxed)->Find(hash, text, length);
   if (present == nullptr) return nullptr;
-  if (pendingCount_ != 0 && CountOf(present).load(std::memory_order_acquire) == 0) RemovePending(present);
-  AddReference(present);
+  const std::uint32_t before = CountOf(present).fetch_add(1, std::memory_order_acq_rel);
+  if (before == 0) {
+    Revive(present);
+  } else if (SymbolEntry::IsPermanent(before)) {
+    PinEntry(SymbolEntry::Of(present));
+  }
   return present;
 }
 
@@ -213,12 +217,27 @@ void SymbolTable::Release(const char* text) noexcept {
     // From here on the lock protects the entry from other sweeps; ours must not find our own announcement.
     slot->store(nullptr, std::memory_order_release);
     if (!section.Entered()) return;
-    if (CountOf(text).load(std::memory_order_acquire) == 0) {
-      pending_[pendingCount_++] = text;
-      if (pendingCount_ == kPendingLimit) Sweep(swept);
-    }
+    Arrive(text, swept);
   }
   Free(swept);
+}
+
+void SymbolTable::PutAside(const char* text) noexcept {
+  Swept swept;
+  {
+    const Section section(*this);
+    if (!section.Entered()) return;
+    Arrive(text, swept);
+  }
+  Free(swept);
+}
+
+// Under the lock, after a drop to 0: nobody waits for this thread any more.
+void SymbolTable::Arrive(const char* text, Swept& swept) noexcept {
+  const std::uint32_t before = CountOf(text).fetch_and(~SymbolEntry::kAwaited, std::memory_order_acq_rel);
+  if ((before & ~SymbolEntry::kAwaited) != 0) return;
+  pending_[pendingCount_++] = text;
+  if (pendingCount_ == kPendingLimit) Sweep(swept);
 }
 
 std::atomic<const char*>* SymbolTable::ClaimReleaseSlot(const char* text) noexcept {
@@ -236,14 +255,15 @@ std::atomic<const char*>* SymbolTable::ClaimReleaseSlot(const char* text) noexce
   }
 }
 
-// Two threads may have appended the same entry, each after its own drop: all its places go.
-void SymbolTable::RemovePending(const char* text) noexcept {
-  for (unsigned i = 0; i < pendingCount_;) {
-    if (pending_[i] == text) {
-      pending_[i] = pending_[--pendingCount_];
-    } else {
-      ++i;
-    }
+// Under the lock, of an entry that had no references before ours, which keeps it from being dropped again
+// meanwhile. One that is not pending waits for its dropper.
+void SymbolTable::Revive(const char* text) noexcept {
+  const char** const end = pending_ + pendingCount_;
+  const char** const place = std::find(pending_, end, text);
+  if (place != end) {
+    *place = pending_[--pendingCount_];
+  } else {
+    CountOf(text).fetch_or(SymbolEntry::kAwaited, std::memory_order_acq_rel);
   }
 }
 
@@ -255,8 +275,7 @@ void SymbolTable::Sweep(Swept& swept) noexcept {
     if (const char* text = slot.load(std::memory_order_acquire)) *announcedEnd++ = text;
   }
   std::sort(announced, announcedEnd, std::less<>());
-  std::sort(pending_, pending_ + pendingCount_, std::less<>());
-  const char** const end = std::unique(pending_, pending_ + pendingCount_);
+  const char** const end = pending_ + pendingCount_;
   pendingCount_ = 0;
   SymbolIndex& index = *index_.load(std::memory_order_relaxed);
   for (const char** text = pending_; text != end; ++text) {
@@ -367,6 +386,7 @@ const char* SymbolTable::FindFaultLocked(std::vector<unsigned>& ids) const {
   for (unsigned i = 0; i < pendingCount_ && fault == nullptr; ++i) {
     const char* const text = pending_[i];
     if (CountOf(text).load() != 0) fault = "a pending entry is in use";
+    if (std::find(pending_, pending_ + i, text) != pending_ + i) fault = "an entry is pending twice";
     if (index.Find(HashOf(text), text, SymbolEntry::Of(text).length) != text)
       fault = "a pending entry is unknown";
   }

@@ -22,18 +22,27 @@ namespace du::internal {
 //   in use     count above 0. Copies and drops that leave it above 0 touch nothing but the count, and so does
 //              interning a text that is in use: it looks up under a LookupGuards::Scope and adds 1 to the
 //              count only by a step that saw it above 0.
-//   dropped    a drop brought the count to 0 after announcing the entry in a release slot
-//   pending    [lock] the dropper put it on the list of those to free, unless it was in use again by then
-//   revived    [lock] interning its text found it with count 0: off the list, in use again
+//   dropped    a drop brought the count from 1 to 0; that thread is on its way to the lock
+//   pending    [lock] the dropper has put it on the list of those to free
+//   revived    [lock] interning its text found it with count 0: off the list if it was there, in use again
+//   awaited    [lock] ... or, if it was not on the list yet, with SymbolEntry::kAwaited in its count. The
+//              last drop then leaves this mark, which is not 0, and interning may add to it
+//   arrived    [lock] the dropper takes the mark away; the entry is pending if there is no reference either
 //   freed      [lock] the 64th pending entry sweeps the list: whatever no release slot announces leaves
 //              the index; its block is freed without the lock, after the look-ups that may still be
 //              reading it
 // So a count of 0 rises only under the lock, and what the lock's holder sees at 0 stays dead while it holds
 // on.
 //
-// The release slots guard the gap between a drop to 0 and the dropper's turn at the lock: in between another
-// thread may revive, drop and sweep the same entry, and the first one would find its block freed. The dropper
-// announces before it subtracts, so whoever sees its subtraction sees the announcement.
+// The gap between a drop to 0 and the dropper's turn at the lock is the dangerous one: if another thread
+// could revive, drop and sweep the entry in between, the first one would find its block freed. It cannot.
+// Whoever holds the lock finds that an entry is pending only with count 0, and that exactly one dropper is on
+// its way when the count is 0 and the entry not pending, or when it is awaited; each step above keeps that
+// up. So no second dropper appears before the first has arrived, nobody else makes the entry pending, and
+// only what is pending is freed.
+//
+// A drop that is likely to be the last is announced in a release slot before it is made, for the table's end,
+// which waits for those.
 //
 // The lock is a leaf: nothing is allocated, freed, traced or interned while it is held. Storage comes from
 // the common allocator (entries) and the run-time heap (index).
@@ -63,6 +72,9 @@ class SymbolTable : public CommonAllocated {
 
   // Drops a reference that may be the last one.
   void Release(const char* text) noexcept;
+  // For the thread that has brought an entry's count from 1 to 0 on its own: the entry may go, unless it is
+  // in use again.
+  void PutAside(const char* text) noexcept;
 
   // The end: later calls find the table closed. Frees every entry, in use or not, unless a thread that may be
   // inside an operation does not come out within 100 ms (where threads run on at exit) or holds the lock for
@@ -102,7 +114,8 @@ class SymbolTable : public CommonAllocated {
   const char* InternKnown(std::uint32_t hash, const char* text, std::size_t length) noexcept;
   const char* InternNew(std::uint32_t hash, const char* text, std::size_t length);
   unsigned BucketsForOneMore() const noexcept;
-  void RemovePending(const char* text) noexcept;
+  void Revive(const char* text) noexcept;
+  void Arrive(const char* text, Swept& swept) noexcept;
   void Sweep(Swept& swept) noexcept;
   void Free(const Swept& swept) noexcept;
   bool AwaitOthers() const noexcept;

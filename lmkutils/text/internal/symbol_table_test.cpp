@@ -108,6 +108,40 @@ TEST_F(SymbolTableTest, WhatAnotherThreadIsReleasingSurvivesTheSweep) {
   ExpectSound();
 }
 
+// A thread that has brought a count to 0 unannounced comes late: before any other use, after one revival,
+// after several, and while the entry is in use.
+TEST_F(SymbolTableTest, WhoseDropperIsOnItsWayStaysUntilItArrives) {
+  const auto sweep = [this](unsigned drops) {
+    for (unsigned i = 0; i < drops; ++i) table->Release(Intern("text " + std::to_string(i)));
+    ExpectSound();
+  };
+  for (int revivals = 0; revivals < 4; ++revivals) {
+    for (const bool isInUse : {false, true}) {
+      const char* const entry = Intern("dropped");
+      SymbolEntry::Of(entry).count.fetch_sub(1);
+      for (int i = 0; i < revivals; ++i) {
+        ASSERT_EQ(entry, Intern("dropped"));
+        sweep(i % 2 == 0 ? 64 : 1);
+        table->Release(entry);
+        sweep(i % 2 == 0 ? 1 : 64);
+      }
+      sweep(128);
+      if (isInUse) {
+        ASSERT_EQ(entry, Intern("dropped"));
+      }
+      table->PutAside(entry);
+      sweep(128);
+      EXPECT_EQ(isInUse ? entry : nullptr, table->Find("dropped", 7)) << revivals;
+      if (!isInUse) continue;
+      EXPECT_STREQ("dropped", entry);
+      EXPECT_EQ(1u, SymbolEntry::Of(entry).count.load());
+      table->Release(entry);
+      sweep(128);
+      EXPECT_EQ(nullptr, table->Find("dropped", 7)) << revivals;
+    }
+  }
+}
+
 TEST_F(SymbolTableTest, ReleasesWaitForASlotWhenAllAreTaken) {
   const char* const held = Intern("held");
   const char* const other = Intern("other");
@@ -242,7 +276,7 @@ TEST_F(SymbolTableTest, KnowsItsName) {
   EXPECT_TRUE(table->GetDebugClassName() == "SymbolTable");
 }
 
-// Few texts and many drops to 0: revivals, double appends and sweeps meet each other all the time; the texts
+// Few texts and many drops to 0: revivals, late droppers and sweeps meet each other all the time; the texts
 // of a second kind make the index grow meanwhile.
 TEST_F(SymbolTableTest, ThreadsMayMeetAnywhere) {
   constexpr unsigned kThreads = 4;
