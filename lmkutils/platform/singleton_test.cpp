@@ -9,7 +9,6 @@
 
 #include <gmock/gmock.h>
 
-#include "lmkutils/os/capabilities.h"
 #include "lmkutils/os/fault/capabilities.h"
 #include "lmkutils/os/fault/fault.h"
 #include "lmkutils/platform/dead_reference.h"
@@ -105,14 +104,12 @@ const lmktest::ChildRole kUseWhileEnding("use_singletons_while_ending", [](const
   return 0;
 });
 
-// Where the end may find a lock of a killed thread it waits for none, and leaves a call out.
 TEST(Singleton, EndsCleanlyUnderThreadsThatStillRun) {
-  const char* const form = os::GetCapabilities().exitKillsThreads ? "[elm]*" : "e[lm]*";
   for (int i = 0; i < 10; ++i) {
     const auto child = lmktest::RunSelf("use_singletons_while_ending");
     EXPECT_EQ(child.exitCode, 0) << child.err;
     EXPECT_FALSE(child.crashed || child.timedOut);
-    EXPECT_THAT(child.out, lmktest::IsOfForm(form));
+    EXPECT_THAT(child.out, lmktest::IsOfForm("e[lm]*"));
   }
 }
 
