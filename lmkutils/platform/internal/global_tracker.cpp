@@ -50,11 +50,12 @@ GlobalTracker& GetGlobalTracker() noexcept {
 }
 
 // The handler comes first: without it the record would be one too many, and a handler too many pops nothing.
+// It comes before the lock too, since a thread may wait in std::atexit for the whole end of the process.
 void GlobalTracker::Schedule(unsigned longevity, AtExitFunction function, void (*publish)(void*) noexcept,
                              void* argument) {
   exitCallLock.Get();
-  const ScopedLock guard(lock);
   if (std::atexit(PopOne) != 0) throw std::bad_alloc();
+  const ScopedLock guard(lock);
   ScheduleAtExitCall(stack, longevity, function);
   publish(argument);
 }
