@@ -136,11 +136,16 @@ Handle Spawn(const std::vector<std::string>& args, const Environment& environmen
   for (const std::string& arg : args) commandLine += (commandLine.empty() ? L"" : L" ") + Quoted(Wide(arg));
   std::wstring block = MergedEnvironment(environment);
   PROCESS_INFORMATION process{};
-  if (!CreateProcessW(Wide(args.at(0)).c_str(), commandLine.data(), nullptr, nullptr, TRUE,
-                      CREATE_UNICODE_ENVIRONMENT | EXTENDED_STARTUPINFO_PRESENT, block.data(), nullptr,
-                      &startup.StartupInfo, &process)) {
-    Fail(args[0]);
-  }
+  const auto create = [&] {
+    return CreateProcessW(Wide(args.at(0)).c_str(), commandLine.data(), nullptr, nullptr, TRUE,
+                          CREATE_UNICODE_ENVIRONMENT | EXTENDED_STARTUPINFO_PRESENT, block.data(), nullptr,
+                          &startup.StartupInfo, &process) != FALSE;
+  };
+  bool created = create();
+  // Wine loses one process in some ten thousand before its first instruction, and reports it so.
+  for (int again = 0; !created && GetLastError() == ERROR_INTERNAL_ERROR && again < 2; ++again)
+    created = create();
+  if (!created) Fail(args[0]);
   CloseHandle(process.hThread);
   return Handle(process.hProcess);
 }
