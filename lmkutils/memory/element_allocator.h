@@ -54,7 +54,7 @@ class LMK_API ElementAllocator : public FixedSizeMallocCtrl {
   void SetCaches(const internal::CacheSet* caches, unsigned sizeClass) noexcept;
 
  protected:
-  // `elementSize` is rounded up to a multiple of 8, `blockSize` to one of 16 KiB. Throws std::bad_alloc,
+  // `elementSize` is rounded up to a multiple of 8, `blockSize` to one of 8 KiB. Throws std::bad_alloc,
   // also when either is beyond 1 GiB, and what MallocCtrl throws.
   ElementAllocator(const char* name, unsigned elementSize, unsigned blockSize, SystemMallocCtrl* supplier);
 

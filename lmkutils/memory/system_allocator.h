@@ -43,7 +43,7 @@ class LMK_API LockedSystemAllocatorPolicy : public dp::ObjectLevelLockable<Locke
   void Unlock() const noexcept { ObjectLock().Unlock(); }
 };
 
-// What all page-level suppliers share; blocks are 16-byte aligned, and 16 KiB aligned when their size is a
+// What all page-level suppliers share; blocks are 16-byte aligned, and 8 KiB aligned when their size is a
 // multiple of that. A block's real size is the size asked for in whole units.
 class LMK_API SystemAllocatorBase : public SystemMallocCtrl {
  public:

@@ -27,6 +27,7 @@ namespace internal {
 // faster than its public hash; see du::Symbol.
 template <class Hash>
 struct PlacementHash {
+  static constexpr bool kComparesKeysAsFast = false;  // as their hashes
   template <class K>
   std::size_t operator()(const K& key) const {
     return Hash()(key);
@@ -55,8 +56,8 @@ class HashMap {
   struct Node : Link {
     template <class... Args>
     explicit Node(Args&&... args) : Link{}, value(std::forward<Args>(args)...) {}
-    Node* chain = nullptr;  // the next one of the bucket
     std::size_t hash = 0;
+    Node* chain = nullptr;  // the next one of the bucket; beside the key, as it is read with it
     std::pair<const Key, T> value;
   };
 
@@ -343,11 +344,17 @@ class HashMap {
   }
   Node* BucketOf(std::size_t hash) const noexcept { return const_cast<HashMap&>(*this).BucketOf(hash); }
 
+  // Whether a search may leave out the hashes of entries, which can lie in another cache line than their
+  // keys.
+  template <class K>
+  static constexpr bool kSkipsHashes =
+      std::is_same_v<K, Key>&& std::is_same_v<Equal, std::equal_to<>>&& Placement::kComparesKeysAsFast;
+
   template <class K>
   Node* FindNode(const K& key, std::size_t hash) const {
     if (buckets_.empty()) return nullptr;
     for (Node* node = BucketOf(hash); node != nullptr; node = node->chain) {
-      if (node->hash == hash && Equal()(node->value.first, key)) return node;
+      if ((kSkipsHashes<K> || node->hash == hash) && Equal()(node->value.first, key)) return node;
     }
     return nullptr;
   }

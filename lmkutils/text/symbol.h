@@ -235,6 +235,7 @@ struct PlacementHash;
 // symbol table first: what is not there cannot be a key.
 template <>
 struct PlacementHash<hash<Symbol>> {
+  static constexpr bool kComparesKeysAsFast = true;
   std::size_t operator()(const Symbol& symbol) const noexcept { return Number(symbol.c_str()); }
   std::size_t operator()(const char* text) const noexcept { return Number(FindText(text)); }
   std::size_t operator()(const std::string& text) const noexcept { return Number(FindText(text)); }

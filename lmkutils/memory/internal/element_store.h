@@ -12,15 +12,17 @@ namespace du::internal {
 
 class CacheSet;
 
-// How many elements move at once between a thread's cache and the class's allocator: enough to make the lock
-// cheap, at most 16 KiB or two.
+// What moves at once between a thread's cache and the class's allocator, in bytes, and at least one element.
+inline constexpr unsigned kBatchBytes = 8192;
+
+// How many elements move at once: enough to make the lock cheap.
 constexpr unsigned BatchSize(unsigned elementSize) noexcept {
-  return std::clamp(16384 / elementSize, 2U, 32U);
+  return std::clamp(kBatchBytes / elementSize, 1U, 32U);
 }
 
 // Spans, and in front of them a few chains of a whole batch each that one thread gave back and the next may
 // take without anybody looking at their elements (the transfer cache of S. Ghemawat and P. Menage, TCMalloc).
-// Not thread-safe: the owner locks.
+// Large elements do not wait: other sizes may need their memory. Not thread-safe: the owner locks.
 class ElementStore {
  public:
   ElementStore(ElementAllocator* owner, unsigned elementSize, unsigned blockSize,
@@ -28,10 +30,14 @@ class ElementStore {
       : spans_(owner, elementSize, blockSize, supplier),
         supplier_(supplier),
         batch_(BatchSize(elementSize)),
-        slots_(std::clamp<std::size_t>(kTransferBytes / (std::size_t{batch_} * elementSize), 1, kMaxSlots)) {}
+        slots_(spans_.HasLargeElements()
+                   ? 0
+                   : std::min<std::size_t>(kTransferBytes / (std::size_t{batch_} * elementSize), kMaxSlots)) {
+  }
 
+  // Up to `count` elements; when that is a batch or more, perhaps a waiting chain.
   Chain Take(std::size_t count) noexcept {
-    if (count == batch_ && chains_ != 0) return transfer_[--chains_];
+    if (count >= batch_ && chains_ != 0) return transfer_[--chains_];
     Chain chain = spans_.Take(count);
     // The supplier has no more, but a waiting chain may.
     if (chain.count == 0 && chains_ != 0) {

@@ -27,7 +27,7 @@ struct PageRequests {
 // once. Not thread-safe: the supplier locks.
 class PageArena {
  public:
-  static constexpr std::size_t kLargeAlignment = 16384;
+  static constexpr std::size_t kLargeAlignment = 8192;
 
   explicit PageArena(const PageRequests& requests) noexcept : requests_(requests) {}
   PageArena(const PageArena&) = delete;

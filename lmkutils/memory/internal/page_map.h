@@ -13,11 +13,11 @@ namespace du::internal {
 
 struct Span;
 
-// A two-level table over the whole address space in steps of 16 KiB. Entries of different spans may be set
+// A two-level table over the whole address space in steps of 8 KiB. Entries of different spans may be set
 // and read at the same time from any threads; leaves are made on demand and stay. One exists for the process.
 class PageMap {
  public:
-  static constexpr unsigned kPageShift = 14;
+  static constexpr unsigned kPageShift = 13;
   static constexpr std::size_t kPageSize = std::size_t{1} << kPageShift;
 
   // Notes `span` for whole pages of memory. False, changing nothing, when a leaf cannot be made.

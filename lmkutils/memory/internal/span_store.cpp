@@ -15,16 +15,18 @@ namespace du::internal {
 namespace {
 
 constexpr std::uint32_t kLargestSpan = 131072;
-constexpr std::uint32_t kWantedElements = 4;
 
-// The smallest multiple of `blockSize` that wastes at most a sixteenth and has a few elements.
+// Few elements of a large size are out at a time. Those that are free in a span wait for each other until
+// another size may have their memory.
+bool IsLarge(unsigned elementSize, unsigned blockSize) noexcept {
+  return elementSize > blockSize / 16;
+}
+
+// The smallest multiple of `blockSize`, for large elements of the page size, that wastes at most a sixteenth.
 std::uint32_t SpanBytes(unsigned elementSize, unsigned blockSize) noexcept {
-  std::uint32_t bytes = blockSize;
-  while (bytes < elementSize) bytes += blockSize;
-  while (bytes < kLargestSpan &&
-         (bytes / elementSize < kWantedElements || bytes % elementSize > bytes / 16)) {
-    bytes += blockSize;
-  }
+  const auto step = IsLarge(elementSize, blockSize) ? std::uint32_t{PageMap::kPageSize} : blockSize;
+  std::uint32_t bytes = step;
+  while (bytes < elementSize || (bytes < kLargestSpan && bytes % elementSize > bytes / 16)) bytes += step;
   return bytes;
 }
 
@@ -72,6 +74,7 @@ SpanStore::SpanStore(ElementAllocator* owner, unsigned elementSize, unsigned blo
     : owner_(owner),
       supplier_(supplier),
       elementSize_(elementSize),
+      isLarge_(IsLarge(elementSize, blockSize)),
       spanBytes_(SpanBytes(elementSize, blockSize)),
       spanCapacity_(spanBytes_ / elementSize) {}
 
@@ -140,7 +143,7 @@ void SpanStore::Give(Chain chain) noexcept {
     }
     if (span->used != 0) continue;
     Unlink(partial_, span);
-    if (empty_ == nullptr) {
+    if (!isLarge_ && empty_ == nullptr) {
       Link(empty_, span);
     } else {
       Release(span, true);

@@ -44,11 +44,11 @@ struct Span {
   std::atomic<std::uint32_t>* marks;  // debug builds: a bit an element, set while the pool's caller has it
 };
 
-// Spans are whole pages of the page map, as many blocks of the size asked for as leave at most a sixteenth of
-// them unused. A span from which nothing is out is kept in reserve once, further ones go back to the supplier
-// at once. Elements are given in the order of their addresses, so that what one thread takes at once lies
-// together, apart from what others take, and their memory is touched only then: bits beside it tell which are
-// free. Not thread-safe: the owner locks.
+// Spans are whole pages of the page map: blocks of the size asked for, or smaller ones for large elements, as
+// many as leave at most a sixteenth of them unused. A span of small elements from which nothing is out is
+// kept in reserve once, others go back to the supplier at once. Elements are given in the order of their
+// addresses, so that what one thread takes at once lies together, apart from what others take, and their
+// memory is touched only then: bits beside it tell which are free. Not thread-safe: the owner locks.
 class SpanStore {
  public:
   // `elementSize` is at least 8, a multiple of 8; `blockSize` a multiple of PageMap::kPageSize.
@@ -67,6 +67,8 @@ class SpanStore {
   void PurgeEmpty() noexcept;
 
   unsigned ElementSize() const noexcept { return elementSize_; }
+  // Whether few fit a block.
+  bool HasLargeElements() const noexcept { return isLarge_; }
   std::size_t ElementsOut() const noexcept { return out_; }
   std::size_t ElementsHeld() const noexcept { return held_; }
   std::size_t BytesHeld() const noexcept;
@@ -86,6 +88,7 @@ class SpanStore {
   ElementAllocator* const owner_;
   SystemMallocCtrl* const supplier_;
   const unsigned elementSize_;
+  const bool isLarge_;
   const std::uint32_t spanBytes_;
   const std::uint32_t spanCapacity_;
   Span* partial_ = nullptr;  // something out, something left

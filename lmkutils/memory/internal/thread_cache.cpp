@@ -39,7 +39,7 @@ void ThreadCache::Destroy() noexcept {
 ThreadCache::ThreadCache(MemPoolState& state, void* storage) noexcept
     : seen_(attention.WhenCalm()), classes_(ClassTableOf(state.ladder)), state_(state), storage_(storage) {
   for (unsigned sizeClass = 0; sizeClass < ClassCount(state.ladder); ++sizeClass) {
-    bins_[sizeClass].SetLimit(BatchOf(sizeClass));
+    bins_[sizeClass].SetLimit(2 * BatchOf(sizeClass));
   }
 }
 
@@ -47,26 +47,33 @@ unsigned ThreadCache::BatchOf(unsigned sizeClass) const noexcept {
   return BatchSize(LargestSize(state_.ladder, sizeClass));
 }
 
+// Whole batches; half of what the list may hold, so that it runs over as seldom as it runs empty.
+unsigned ThreadCache::RefillOf(unsigned sizeClass) const noexcept {
+  const unsigned size = LargestSize(state_.ladder, sizeClass);
+  const unsigned batch = BatchSize(size);
+  return std::max(1U, std::min(bins_[sizeClass].Limit() / 2, kBatchBytes / size) / batch) * batch;
+}
+
 void* ThreadCache::Refill(unsigned sizeClass) {
   ElementAllocator& allocator = state_.ClassAllocator(sizeClass);
   Bin& bin = bins_[sizeClass];
-  Chain chain = allocator.TakeMany(BatchOf(sizeClass));
+  const unsigned count = RefillOf(sizeClass);
+  Chain chain = allocator.TakeMany(count);
   if (chain.head == nullptr) return nullptr;
-  RaiseLimit(sizeClass);
+  RaiseLimit(sizeClass, count);
   void* element = chain.Pop();
   bin.head = chain.head;
   Bin::Add(bin.pushed, chain.count);
   return element;
 }
 
-void ThreadCache::RaiseLimit(unsigned sizeClass) noexcept {
+void ThreadCache::RaiseLimit(unsigned sizeClass, unsigned count) noexcept {
   Bin& bin = bins_[sizeClass];
-  const unsigned batch = BatchOf(sizeClass);
-  const std::size_t bytes = std::size_t{batch} * LargestSize(state_.ladder, sizeClass);
-  if (bin.Limit() + batch > kLongest) return;
+  const std::size_t bytes = std::size_t{count} * LargestSize(state_.ladder, sizeClass);
+  if (bin.Limit() + count > kLongest) return;
   if (promised_ + bytes > kBudget) HalveLimits();
   if (promised_ + bytes > kBudget) return;
-  bin.SetLimit(bin.Limit() + batch);
+  bin.SetLimit(bin.Limit() + count);
   promised_ += bytes;
 }
 
@@ -74,7 +81,7 @@ void ThreadCache::Overflow(unsigned sizeClass, void* block) noexcept {
   Bin& bin = bins_[sizeClass];
   const unsigned batch = BatchOf(sizeClass);
   GiveBack(sizeClass, batch);
-  if (bin.Limit() > batch && ++bin.overflows > kPatience) {
+  if (bin.Limit() > 2 * batch && ++bin.overflows > kPatience) {
     bin.SetLimit(bin.Limit() - batch);
     promised_ -= std::size_t{batch} * LargestSize(state_.ladder, sizeClass);
     GiveBack(sizeClass, batch);
@@ -101,8 +108,8 @@ void ThreadCache::HalveLimits() noexcept {
     Bin& bin = bins_[sizeClass];
     const unsigned size = LargestSize(state_.ladder, sizeClass);
     const unsigned batch = BatchSize(size);
-    const unsigned limit = std::max(batch, bin.Limit() / 2 / batch * batch);
-    promised_ += std::size_t{limit - batch} * size;
+    const unsigned limit = std::max(2 * batch, bin.Limit() / 2 / batch * batch);
+    promised_ += std::size_t{limit - 2 * batch} * size;
     while (bin.Count() > limit) GiveBack(sizeClass, batch);
     bin.SetLimit(limit);
   }

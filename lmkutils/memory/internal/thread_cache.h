@@ -20,10 +20,12 @@ class CacheSet;
 struct MemPoolState;
 
 // One list of free elements a size class, popped and pushed without a lock or an atomic operation. An empty
-// list is refilled with a batch from the class's allocator, an overlong one gives a batch back. How long a
-// list may get is learned: a batch more whenever it ran empty, until the lists together might hold kBudget
-// bytes, whereupon all are cut to half; a batch less when it ran over time and again, as where one thread
-// frees what another allocates. (The scheme is that of S. Ghemawat and P. Menage, TCMalloc.)
+// list is refilled with a batch or some from the class's allocator, an overlong one gives a batch back. How
+// long a list may get is learned: two batches at first; as much more as it took whenever it ran empty, until
+// the lists together might hold kBudget bytes more, whereupon all are cut to half; a batch less when it ran
+// over time and again, as where one thread frees what another allocates. (The scheme is that of S. Ghemawat
+// and P. Menage, TCMalloc.) A list that grows thus takes ever more at once, which lies together: two threads
+// at work on small objects of their own seldom share a line of the processors' caches.
 //
 // A block freed by another thread than its maker's goes into the freeing thread's list and returns to its
 // span with some batch. Only the owning thread touches a cache; others read the counts.
@@ -94,7 +96,7 @@ class alignas(64) ThreadCache {
                     std::memory_order_relaxed);
     }
   };
-  static constexpr std::size_t kBudget = std::size_t{4} << 20;  // bytes beyond the first batch of each class
+  static constexpr std::size_t kBudget = std::size_t{1} << 19;  // bytes beyond two batches of each class
   static constexpr std::uint16_t kLongest = 8192;
   static constexpr std::uint16_t kPatience = 3;  // overflows before a limit is lowered
 
@@ -103,7 +105,8 @@ class alignas(64) ThreadCache {
   void Destroy() noexcept;
   ThreadCache(MemPoolState& state, void* storage) noexcept;
   unsigned BatchOf(unsigned sizeClass) const noexcept;
-  void RaiseLimit(unsigned sizeClass) noexcept;
+  unsigned RefillOf(unsigned sizeClass) const noexcept;
+  void RaiseLimit(unsigned sizeClass, unsigned count) noexcept;
   void GiveBack(unsigned sizeClass, std::uint32_t count) noexcept;
   void HalveLimits() noexcept;
 
