@@ -157,7 +157,10 @@ SmartPtr<Task> TaskQueue::Pop(Bed& bed) noexcept {
 
 void TaskQueue::Search(Bed& bed, Task*& entry) noexcept {
   for (bool isSearcher = BeginSearch(bed);; isSearcher = !AbandonSearch(bed)) {
-    if (!isSearcher) WaitForUnit(bed.wake_);
+    while (!isSearcher) {
+      WaitForUnit(bed.wake_);
+      isSearcher = WakeUp(bed);
+    }
     os::BackOff backOff(patience_);
     do {
       if (Take(entry)) return EndSearch();
@@ -173,7 +176,17 @@ TaskQueue::Bed* TaskQueue::SummonSearcher() noexcept {
   doesSearchPay_ = doesSearchPay_ || IsShort(Now() - quietSince_);
   ++awake_;
   Appoint();
-  return std::exchange(sleepers_, sleepers_->next_);
+  waking_ = std::exchange(sleepers_, sleepers_->next_);
+  return waking_;
+}
+
+// Takes the place of a searcher that has yet to wake up: a worker that is awake would otherwise lie down just
+// to be woken again. False when there is none.
+bool TaskQueue::TakeOverFromSleeper() noexcept {
+  if (waking_ == nullptr) return false;
+  waking_ = nullptr;
+  --awake_;
+  return true;
 }
 
 // There is no searcher, and shall be one.
@@ -196,7 +209,7 @@ bool TaskQueue::BeginSearch(Bed& bed) noexcept {
   bool isTooFast = false;
   {
     const Guard guard(*this);
-    if (hasSearcher_) {
+    if (hasSearcher_ && !TakeOverFromSleeper()) {
       LieDown(bed);
       return false;
     }
@@ -206,6 +219,23 @@ bool TaskQueue::BeginSearch(Bed& bed) noexcept {
   os::BackOff headStart(isTooFast ? kHeadStartPauses : 0);
   while (headStart.Pause()) {
   }
+  return true;
+}
+
+// A sleeper was woken, as the searcher. False when another worker went ahead meanwhile: it is a sleeper again
+// then.
+bool TaskQueue::WakeUp(Bed& bed) noexcept {
+  const Guard guard(*this);
+  if (waking_ == &bed) {
+    waking_ = nullptr;
+    return true;
+  }
+  ++awake_;
+  if (hasSearcher_) {
+    LieDown(bed);
+    return false;
+  }
+  Appoint();
   return true;
 }
 

@@ -35,6 +35,9 @@ enum class Admission : unsigned char {
 // on to a sleeper if there are more. Who goes to sleep looks once more under the producers' lock: nothing is
 // pushed unseen.
 //
+// A worker that comes back from a short task looks for the next one sooner than a sleeper is awake: it
+// becomes the searcher in its place, and the sleeper, once awake, lies down again.
+//
 // A searcher that finds nothing has taken a processor from others, perhaps from the very thread that was
 // about to push: a system likes to run a woken thread where it was woken. So it searches only while that
 // pays, which it does not after a search in vain, until a wait has been as short as a search; and only while
@@ -92,10 +95,12 @@ class TaskQueue : public dp::ObjectLevelLockable<TaskQueue*> {
   void Append(Task* entry);
   bool HasEntries() const noexcept;
   Bed* SummonSearcher() noexcept;
+  bool TakeOverFromSleeper() noexcept;
   void Appoint() noexcept;
   void LieDown(Bed& bed) noexcept;
   void Search(Bed& bed, Task*& entry) noexcept;
   bool BeginSearch(Bed& bed) noexcept;
+  bool WakeUp(Bed& bed) noexcept;
   bool AbandonSearch(Bed& bed) noexcept;
   void EndSearch() noexcept;
   static void Wake(Bed* bed) noexcept;
@@ -110,6 +115,7 @@ class TaskQueue : public dp::ObjectLevelLockable<TaskQueue*> {
   Bed* sleepers_ = nullptr;  // the last that went to sleep
   unsigned awake_ = 0;       // workers that do not sleep
   bool hasSearcher_ = false;
+  Bed* waking_ = nullptr;  // the searcher's, while it has yet to wake up
   bool doesSearchPay_ = true;
   unsigned patience_ = 0;        // how long the searcher, who may read it unlocked, stays awake, in pauses
   std::int64_t quietSince_ = 0;  // when the last searcher gave up at once, in ticks; else 0
