@@ -30,9 +30,9 @@ class LMK_API UnlockedBlockAllocPolicy {
 template <class LockPolicy>
 class BlockAlloc final : public BlockAllocBase, public LockPolicy {
  public:
-  // Elements of `elementSize` bytes from blocks of `blockSize` bytes, or as many bytes as waste little; those
-  // of more than a sixteenth of `blockSize` from blocks as small as that allows. Throws std::bad_alloc and
-  // what MallocCtrl throws; takes nothing from the supplier yet.
+  // Elements of `elementSize` bytes from blocks of `blockSize` bytes; those of more than a sixteenth of it
+  // from blocks of as few bytes as waste little. Throws std::bad_alloc and what MallocCtrl throws; takes
+  // nothing from the supplier yet.
   BlockAlloc(const char* name, unsigned elementSize, unsigned blockSize, SystemMallocCtrl* supplier)
       : BlockAllocBase(name, elementSize, blockSize, supplier) {
     this->Publish();

@@ -54,7 +54,6 @@ ElementAllocator::ElementAllocator(const char* name, unsigned elementSize, unsig
 }
 
 ElementAllocator::~ElementAllocator() {
-  store_->Drain();
   store_->Spans().ReleaseAll(IsRegistered(store_->Supplier()));
   store_->~ElementStore();
   os::HeapFree(store_);

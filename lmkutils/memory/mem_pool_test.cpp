@@ -324,10 +324,13 @@ TYPED_TEST(ElementAllocators, GiveFreeElementsOfABlockInTheOrderOfTheirAddresses
 }
 
 TYPED_TEST(ElementAllocators, SurviveTheirSupplier) {
-  auto pages = std::make_unique<Pages>("pages");
-  TypeParam allocator("elements", 64, 16384, pages.get());
-  EXPECT_NE(allocator.Allocate(nullptr), nullptr);
-  pages.reset();
+  for (const unsigned size : {64U, 8192U}) {
+    auto pages = std::make_unique<Pages>("pages");
+    TypeParam allocator("elements", size, 131072, pages.get());
+    EXPECT_NE(allocator.Allocate(nullptr), nullptr);
+    allocator.Free(allocator.Allocate(nullptr));
+    pages.reset();
+  }
 }
 
 TYPED_TEST(ElementAllocators, LeaveAloneWhatTheirDeadSuppliersMemoryBecame) {

@@ -23,8 +23,9 @@ class LMK_API LockedSmallBlockAllocPolicy : public dp::ObjectLevelLockable<Locke
 template <class LockPolicy>
 class SmallBlockAlloc final : public SmallBlockAllocBase, public LockPolicy {
  public:
-  // Elements of `elementSize` bytes from spans of `spanSize` bytes. Throws std::bad_alloc and what MallocCtrl
-  // throws; takes nothing from the supplier yet.
+  // Elements of `elementSize` bytes from spans of `spanSize` bytes; those of more than a sixteenth of it from
+  // spans of as few bytes as waste little. Throws std::bad_alloc and what MallocCtrl throws; takes nothing
+  // from the supplier yet.
   SmallBlockAlloc(const char* name, unsigned elementSize, unsigned spanSize, SystemMallocCtrl* supplier)
       : SmallBlockAllocBase(name, elementSize, spanSize, supplier) {
     this->Publish();

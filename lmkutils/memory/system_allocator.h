@@ -17,16 +17,15 @@ class PageArena;
 
 // How much memory a SystemAllocator asks its source for at a time, and in what unit it hands it out.
 //   SmallestRequest   bytes of the smallest mapping, which is also the first
-//   LargestRequest    bytes of the largest mapping made in advance; a block larger than that has a mapping of
-//   its own GrowthDivisor     a new mapping has 1/GrowthDivisor of the bytes held so far, within the two
-//   limits Unit              bytes; a power of two; each block is a whole number of units and starts at one
-//   Source            MapNewMemory(hint, size) and ReleaseMappedMemory(address, size), as du::MemoryMap has
-//   them
+//   LargestRequest    bytes of the largest mapping made in advance; a larger block has a mapping of its own
+//   GrowthDivisor     a new mapping has 1/GrowthDivisor of the bytes held, within the two limits
+//   Unit              bytes, a power of two up to 8 KiB; each block is whole units and starts at one
+//   Source            has MapNewMemory(hint, size) and ReleaseMappedMemory(address, size) as du::MemoryMap
 template <std::size_t SmallestRequest, std::size_t LargestRequest, std::size_t GrowthDivisor,
           std::size_t Unit, class Source>
 struct DefaultPageRequestPolicy {
-  static_assert(Unit >= 64 && (Unit & (Unit - 1)) == 0,
-                "a unit is a power of two and has room for a free run's links");
+  static_assert(Unit >= 64 && Unit <= 8192 && (Unit & (Unit - 1)) == 0,
+                "a unit is a power of two, has room for a free run's links, and mappings are aligned to it");
   static_assert(SmallestRequest <= LargestRequest && SmallestRequest % Unit == 0 && GrowthDivisor > 0);
   static constexpr std::size_t kSmallestRequest = SmallestRequest;
   static constexpr std::size_t kLargestRequest = LargestRequest;

@@ -12,7 +12,8 @@ namespace du::internal {
 
 class CacheSet;
 
-// What moves at once between a thread's cache and the class's allocator, in bytes, and at least one element.
+// What moves at once between a thread's cache and the class's allocator: at most so many bytes, but one
+// element.
 inline constexpr unsigned kBatchBytes = 8192;
 
 // How many elements move at once: enough to make the lock cheap.
@@ -30,7 +31,7 @@ class ElementStore {
       : spans_(owner, elementSize, blockSize, supplier),
         supplier_(supplier),
         batch_(BatchSize(elementSize)),
-        slots_(spans_.HasLargeElements()
+        slots_(spans_.HasLargeElements() || batch_ == 1
                    ? 0
                    : std::min<std::size_t>(kTransferBytes / (std::size_t{batch_} * elementSize), kMaxSlots)) {
   }

@@ -47,7 +47,8 @@ unsigned ThreadCache::BatchOf(unsigned sizeClass) const noexcept {
   return BatchSize(LargestSize(state_.ladder, sizeClass));
 }
 
-// Whole batches; half of what the list may hold, so that it runs over as seldom as it runs empty.
+// Whole batches: half of what the list may hold, so that it runs over as seldom as it runs empty, or a
+// batch's bytes.
 unsigned ThreadCache::RefillOf(unsigned sizeClass) const noexcept {
   const unsigned size = LargestSize(state_.ladder, sizeClass);
   const unsigned batch = BatchSize(size);

@@ -21,11 +21,11 @@ struct MemPoolState;
 
 // One list of free elements a size class, popped and pushed without a lock or an atomic operation. An empty
 // list is refilled with a batch or some from the class's allocator, an overlong one gives a batch back. How
-// long a list may get is learned: two batches at first; as much more as it took whenever it ran empty, until
-// the lists together might hold kBudget bytes more, whereupon all are cut to half; a batch less when it ran
-// over time and again, as where one thread frees what another allocates. (The scheme is that of S. Ghemawat
-// and P. Menage, TCMalloc.) A list that grows thus takes ever more at once, which lies together: two threads
-// at work on small objects of their own seldom share a line of the processors' caches.
+// long a list may get is learned: two batches at first; as much more as it asked for whenever it ran empty,
+// until the lists together might hold kBudget bytes more, whereupon all are cut to half; a batch less when it
+// ran over time and again, as where one thread frees what another allocates. (The scheme is that of S.
+// Ghemawat and P. Menage, TCMalloc.) A list that grows thus takes ever more at once, which lies together: two
+// threads at work on small objects of their own seldom share a line of the processors' caches.
 //
 // A block freed by another thread than its maker's goes into the freeing thread's list and returns to its
 // span with some batch. Only the owning thread touches a cache; others read the counts.
@@ -60,7 +60,7 @@ class alignas(64) ThreadCache {
     return true;
   }
 
-  // Pop from an empty list: fetches a batch first. Null when the class is exhausted. Throws std::bad_alloc
+  // Pop from an empty list: fetches some first. Null when the class is exhausted. Throws std::bad_alloc
   // when the class's allocator cannot be made.
   void* Refill(unsigned sizeClass);
   // Push into a full list.

@@ -203,8 +203,8 @@ void TaskQueue::LieDown(Bed& bed) noexcept {
 // -- What takes it
 
 // A worker that found more than one entry at a time and yet has none left outpaces the producers. It lets
-// them get ahead: to meet at every entry would slow both sides down. False when there is a searcher: the
-// caller is a sleeper then.
+// them get ahead: to meet at every entry would slow both sides down. False when there is an awake searcher:
+// the caller is a sleeper then.
 bool TaskQueue::BeginSearch(Bed& bed) noexcept {
   bool isTooFast = false;
   {
@@ -222,8 +222,8 @@ bool TaskQueue::BeginSearch(Bed& bed) noexcept {
   return true;
 }
 
-// A sleeper was woken, as the searcher. False when another worker went ahead meanwhile: it is a sleeper again
-// then.
+// A sleeper was woken, as the searcher. False when another worker took its place and still searches: it is a
+// sleeper again then.
 bool TaskQueue::WakeUp(Bed& bed) noexcept {
   const Guard guard(*this);
   if (waking_ == &bed) {
@@ -261,7 +261,7 @@ void TaskQueue::EndSearch() noexcept {
   Wake(woken);
 }
 
-// Its sleeper is the searcher from now on.
+// Its sleeper is the searcher, unless another worker is quicker.
 void TaskQueue::Wake(Bed* bed) noexcept {
   if (bed != nullptr) bed->wake_.Signal();
 }

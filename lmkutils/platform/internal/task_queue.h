@@ -36,7 +36,7 @@ enum class Admission : unsigned char {
 // pushed unseen.
 //
 // A worker that comes back from a short task looks for the next one sooner than a sleeper is awake: it
-// becomes the searcher in its place, and the sleeper, once awake, lies down again.
+// becomes the searcher in its place, and the sleeper, once awake, lies down again while there is one.
 //
 // A searcher that finds nothing has taken a processor from others, perhaps from the very thread that was
 // about to push: a system likes to run a woken thread where it was woken. So it searches only while that
