@@ -10,6 +10,7 @@
 
 #include "lmkutils/memory/block_alloc.h"
 #include "lmkutils/memory/heap_allocator.h"
+#include "lmkutils/memory/internal/element_store.h"
 #include "lmkutils/memory/internal/size_classes.h"
 #include "lmkutils/memory/malloc_ctrl_registry.h"
 #include "lmkutils/memory/small_block_alloc.h"
@@ -329,6 +330,7 @@ TYPED_TEST(ElementAllocators, SurviveTheirSupplier) {
     TypeParam allocator("elements", size, 131072, pages.get());
     EXPECT_NE(allocator.Allocate(nullptr), nullptr);
     allocator.Free(allocator.Allocate(nullptr));
+    allocator.GiveMany(allocator.TakeMany(internal::BatchSize(size)));  // waits to be taken again
     pages.reset();
   }
 }
