@@ -92,11 +92,8 @@ const char* InternText(const char* text) {
 }
 
 const char* InternText(const std::string& text) {
-  const char* const begin = text.c_str();
-  const void* const nul = std::memchr(begin, '\0', text.size());
-  const std::size_t length =
-      nul == nullptr ? text.size() : static_cast<std::size_t>(static_cast<const char*>(nul) - begin);
-  return length == 0 ? nullptr : Table::Instance().Intern(begin, length);
+  if (text.empty() || text.front() == '\0') return nullptr;
+  return Table::Instance().InternToNul(text.data(), text.size());
 }
 
 const char* FindText(const char* text) noexcept {

@@ -151,6 +151,23 @@ TEST(Symbol, EmptyTextsGiveNoEntry) {
   }
 }
 
+TEST(Symbol, StringsEndAtTheirFirstNul) {
+  for (const std::size_t before : {1u, 7u, 8u, 127u, 128u, 129u, 500u}) {
+    for (const std::size_t behind : {0u, 1u, 9u, 200u}) {
+      const std::string text(before, 'n');
+      std::string longer = text;
+      longer += '\0';
+      longer.append(behind, 'n');
+      {
+        const Symbol fresh(longer);  // of a text that is not there yet
+        EXPECT_EQ(text, std::string(fresh));
+        EXPECT_EQ(Symbol(text), Symbol(longer));  // in use
+      }
+      EXPECT_EQ(Symbol(longer), Symbol(text.c_str()));  // dropped, not freed
+    }
+  }
+}
+
 TEST(Symbol, EqualTextsShareOneEntryAcrossThreads) {
   const Symbol here("shared text");
   unsigned id = 0;

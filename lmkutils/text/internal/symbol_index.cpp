@@ -6,6 +6,7 @@
 #include <new>
 
 #include "lmkutils/os/memory.h"
+#include "lmkutils/text/internal/same_bytes.h"
 #include "lmkutils/text/symbol.h"
 
 namespace du::internal {
@@ -52,7 +53,7 @@ const char* SymbolIndex::Find(std::uint32_t hash, const char* text, std::size_t 
     const char* const present = slots_[i].text.load();
     if (present == nullptr) return nullptr;
     if (slots_[i].hash.load(std::memory_order_relaxed) != hash) continue;
-    if (SymbolEntry::Of(present).length == length && std::memcmp(present, text, length) == 0) return present;
+    if (SymbolEntry::Of(present).length == length && SameBytes(present, text, length)) return present;
   }
 }
 

@@ -28,6 +28,11 @@ std::size_t BlockSize(std::size_t length) noexcept {
   return sizeof(SymbolEntry) + length + 1;
 }
 
+std::size_t LengthToNul(const char* text, std::size_t length) noexcept {
+  const void* const nul = std::memchr(text, '\0', length);
+  return nul == nullptr ? length : static_cast<std::size_t>(static_cast<const char*>(nul) - text);
+}
+
 std::uint32_t HashOf(const char* text) noexcept {
   return TextHash::Of(text, SymbolEntry::Of(text).length);
 }
@@ -96,12 +101,20 @@ const char* SymbolTable::Intern(const char* text, std::size_t length) {
   const std::uint32_t hash = TextHash::Of(text, length);
   bool isNew = false;
   if (const char* present = InternInUse(hash, text, length, isNew)) return present;
-  if (!isNew) {
-    const Section section(*this);
-    section.ThrowUnlessEntered();
-    if (const char* present = InternKnown(hash, text, length)) return present;
-  }
-  return InternNew(hash, text, length);
+  return InternUnused(hash, text, length, isNew);
+}
+
+// No entry holds a NUL, so a text that is found holds none either: only those that are not found need to be
+// searched for it. Not so long ones, which might be hashed for what stands behind their NUL.
+const char* SymbolTable::InternToNul(const char* text, std::size_t length) {
+  constexpr std::size_t kLong = 128;
+  if (length > kLong) return Intern(text, LengthToNul(text, length));
+  const std::uint32_t hash = TextHash::Of(text, length);
+  bool isNew = false;
+  if (const char* present = InternInUse(hash, text, length, isNew)) return present;
+  const std::size_t lengthToNul = LengthToNul(text, length);
+  if (lengthToNul < length) return Intern(text, lengthToNul);
+  return InternUnused(hash, text, length, isNew);
 }
 
 const char* SymbolTable::Find(const char* text, std::size_t length) noexcept {
@@ -135,6 +148,16 @@ const char* SymbolTable::InternInUse(std::uint32_t hash, const char* text, std::
     }
   }
   return nullptr;
+}
+
+// Of a text that was not found in use; `isNew` as InternInUse told.
+const char* SymbolTable::InternUnused(std::uint32_t hash, const char* text, std::size_t length, bool isNew) {
+  if (!isNew) {
+    const Section section(*this);
+    section.ThrowUnlessEntered();
+    if (const char* present = InternKnown(hash, text, length)) return present;
+  }
+  return InternNew(hash, text, length);
 }
 
 // Under the lock; null when the text has no entry.

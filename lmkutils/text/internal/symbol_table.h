@@ -66,6 +66,8 @@ class SymbolTable : public CommonAllocated {
   // Throws std::bad_alloc when memory is exhausted or the text does not fit an entry, dp::DeadReference once
   // closed.
   const char* Intern(const char* text, std::size_t length);
+  // The same of bytes of which the first is not NUL, up to the first NUL among them if there is one.
+  const char* InternToNul(const char* text, std::size_t length);
 
   // Where the entry with these bytes is, if there is one; nothing keeps it there.
   const char* Find(const char* text, std::size_t length) noexcept;
@@ -111,6 +113,7 @@ class SymbolTable : public CommonAllocated {
   static EntryOwner MakeEntry(const char* text, std::size_t length);
 
   const char* InternInUse(std::uint32_t hash, const char* text, std::size_t length, bool& isNew) noexcept;
+  const char* InternUnused(std::uint32_t hash, const char* text, std::size_t length, bool isNew);
   const char* InternKnown(std::uint32_t hash, const char* text, std::size_t length) noexcept;
   const char* InternNew(std::uint32_t hash, const char* text, std::size_t length);
   unsigned BucketsForOneMore() const noexcept;
