@@ -128,8 +128,8 @@ void AddSymbolRows(const std::string& name) {
       const std::string row =
           "existing text of " + std::to_string(length) + " bytes out of " + std::string(countName);
       const auto run = [=, c = count](benchmark::State& s) { ExistingText<Contender>(s, length, c); };
-      // A shorter turn does not come to all of the million texts, and is over before the processor has got used
-      // to this contender after the one that had the turn before.
+      // A shorter turn does not come to all of the million texts, and is over before the processor has got
+      // used to this contender after the one that had the turn before.
       constexpr double kSeconds = 0.5;
       AddSingle(row, name, run)->MinTime(kSeconds);
       AddPair(row, name, run)->MinTime(kSeconds);
