@@ -46,6 +46,11 @@ void PauseProcessor() noexcept;
 // them had to do first will never happen. Always false where threads run on until the process is gone.
 bool OtherThreadsKilled() noexcept;
 
+// For the library's exit handlers: whether other threads may still be using it, since they run until the
+// process is gone. False where they have been killed, or must not be there when the library is unloaded; true
+// as well where it cannot be found out.
+bool OtherThreadsRun() noexcept;
+
 }  // namespace os
 
 #endif

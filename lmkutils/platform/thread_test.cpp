@@ -6,11 +6,15 @@
 #include <stdexcept>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include <gmock/gmock.h>
 
+#include "lmkutils/os/capabilities.h"
 #include "lmkutils/os/fault/fault.h"
+#include "lmkutils/os/thread.h"
 #include "lmkutils/platform/semaphore.h"
+#include "lmkutils/testing/child_process.h"
 #include "lmkutils/testing/threads.h"
 #include "lmkutils/testing/trace_recorder.h"
 
@@ -275,6 +279,16 @@ TEST(Thread, HasTheStackThatItAskedFor) {
     EXPECT_TRUE(worker->Start(true));
     worker->WaitForThreadToTerminate();
   }
+}
+
+// The answer of a process with one thread.
+const lmktest::ChildRole kAloneRole("thread_alone", [](const std::vector<std::string>&) {
+  return os::OtherThreadsRun() ? 1 : 0;
+});
+
+TEST(OtherThreads, AreSeenWhereTheyOutliveTheExit) {
+  EXPECT_EQ(0, lmktest::RunSelf("thread_alone").exitCode);
+  lmktest::OnOtherThread([] { EXPECT_EQ(!os::GetCapabilities().exitKillsThreads, os::OtherThreadsRun()); });
 }
 
 }  // namespace

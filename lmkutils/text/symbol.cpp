@@ -9,6 +9,7 @@
 
 #include "lmkutils/memory/common_allocator.h"
 #include "lmkutils/os/fork_hooks.h"
+#include "lmkutils/os/thread.h"
 #include "lmkutils/platform/internal/lazy_spin_lock.h"
 #include "lmkutils/platform/internal/singleton.h"
 #include "lmkutils/text/internal/symbol_statistics.h"
@@ -59,7 +60,11 @@ SymbolTable* TableTraits::Create() {
 void TableTraits::Destroy(SymbolTable* table) noexcept {
   if (Table::IsDestroyed()) {
     symbolTableGone.store(true);
-    table->Close();
+    if (os::OtherThreadsRun()) {
+      table->Abandon();
+    } else {
+      table->Close();
+    }
   } else {
     table->~SymbolTable();  // its creation failed half-way; nobody has seen it
   }
@@ -107,18 +112,16 @@ const char* FindText(const std::string& text) noexcept {
   return table == nullptr || text.empty() ? nullptr : table->Find(text.data(), text.size());
 }
 
-void ReleaseLastReference(const char* text) noexcept {
-  if (SymbolTable* const table = Table::Existing()) table->Release(text);
-}
-
-void PutAside(const char* text) noexcept {
+// `before` is what the count was before the drop.
+void FinishDrop(const char* text, std::uint32_t before) noexcept {
+  if (before != 1) return PinEntry(SymbolEntry::Of(text), before);
   if (SymbolTable* const table = Table::Existing()) table->PutAside(text);
 }
 
-// Half-way between the limit and wrapping around, so that neither additions nor subtractions that are under
-// way get anywhere.
-void PinEntry(SymbolEntry& entry) noexcept {
-  if (!SymbolEntry::IsPermanent(entry.count.load(std::memory_order_relaxed))) return;  // only awaited
+// A count that was permanent is moved so far up that no adding or dropping of all threads together leads out.
+// The others that callers meet are awaited.
+void PinEntry(SymbolEntry& entry, std::uint32_t before) noexcept {
+  if (!SymbolEntry::IsPermanent(before)) return;
   entry.count.store(SymbolEntry::kPermanent + SymbolEntry::kPermanent / 2, std::memory_order_relaxed);
 }
 

@@ -53,9 +53,8 @@ extern LMK_API std::atomic<bool> symbolTableGone;
 
 LMK_API const char* InternText(const char* text);
 LMK_API const char* InternText(const std::string& text);
-LMK_API void ReleaseLastReference(const char* text) noexcept;
-LMK_API void PutAside(const char* text) noexcept;
-LMK_API void PinEntry(SymbolEntry& entry) noexcept;
+LMK_API void FinishDrop(const char* text, std::uint32_t before) noexcept;
+LMK_API void PinEntry(SymbolEntry& entry, std::uint32_t before) noexcept;
 LMK_API bool SymbolLess(const char* a, const char* b) noexcept;
 LMK_API std::uint32_t SymbolHash(const char* text) noexcept;
 // The text pointer of the entry with this text, null when there is none. A number to compare, not to read
@@ -75,19 +74,17 @@ unsigned IdOf(const Entry& entry) noexcept {
 inline void AddReference(const char* text) noexcept {
   if (text == nullptr || symbolTableGone.load(std::memory_order_relaxed)) return;
   SymbolEntry& entry = SymbolEntry::Of(text);
-  if (entry.count.fetch_add(1, std::memory_order_acq_rel) >= SymbolEntry::kPermanent) PinEntry(entry);
+  const std::uint32_t before = entry.count.fetch_add(1, std::memory_order_acq_rel);
+  if (before >= SymbolEntry::kPermanent) PinEntry(entry, before);
 }
 
-// A reference that is seen not to be the last one is dropped in one step, of which nobody needs to be told:
-// after it we touch the entry no more. Should all others have been dropped in between, the step tells us, and
-// the entry waits for us at the table. One that may be the last is announced there before it is dropped.
+// A drop is one step, after which we touch the entry no more: if that was the last reference, the entry waits
+// at the table for us. One comparison tells that case, 1, and permanent counts from all others.
 inline void DropReference(const char* text) noexcept {
   if (text == nullptr || symbolTableGone.load(std::memory_order_relaxed)) return;
   SymbolEntry& entry = SymbolEntry::Of(text);
-  const std::uint32_t count = entry.count.load(std::memory_order_relaxed);
-  if (count == 1) return ReleaseLastReference(text);
-  if (SymbolEntry::IsPermanent(count)) return;
-  if (entry.count.fetch_sub(1, std::memory_order_acq_rel) == 1) PutAside(text);
+  const std::uint32_t before = entry.count.fetch_sub(1, std::memory_order_acq_rel);
+  if (before - 2 >= SymbolEntry::kPermanent - 2) FinishDrop(text, before);
 }
 
 }  // namespace internal

@@ -8,6 +8,7 @@
 
 #include <pthread.h>
 #include <sched.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -163,6 +164,15 @@ void PauseProcessor() noexcept {
 
 bool OtherThreadsKilled() noexcept {
   return false;
+}
+
+bool OtherThreadsRun() noexcept {
+  const int saved = errno;
+  struct stat tasks;
+  const bool known = stat("/proc/self/task", &tasks) == 0;
+  errno = saved;
+  // One link for each thread, one from the parent and one from itself.
+  return !known || tasks.st_nlink > 3;
 }
 
 }  // namespace os

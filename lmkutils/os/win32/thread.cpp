@@ -124,4 +124,8 @@ bool OtherThreadsKilled() noexcept {
   return question() != FALSE;
 }
 
+bool OtherThreadsRun() noexcept {
+  return false;
+}
+
 }  // namespace os

@@ -2,12 +2,9 @@
 
 #include <algorithm>
 #include <cassert>
-#include <chrono>
 #include <cstring>
-#include <functional>
 #include <limits>
 #include <new>
-#include <thread>
 
 #include "lmkutils/memory/common_allocator.h"
 #include "lmkutils/os/capabilities.h"
@@ -168,7 +165,7 @@ const char* SymbolTable::InternKnown(std::uint32_t hash, const char* text, std::
   if (before == 0) {
     Revive(present);
   } else if (SymbolEntry::IsPermanent(before)) {
-    PinEntry(SymbolEntry::Of(present));
+    PinEntry(SymbolEntry::Of(present), before);
   }
   return present;
 }
@@ -225,26 +222,6 @@ unsigned SymbolTable::BucketsForOneMore() const noexcept {
   return items <= present ? present : std::max(present, HashNextPrime(items));
 }
 
-void SymbolTable::Release(const char* text) noexcept {
-  std::atomic<const char*>* const slot = ClaimReleaseSlot(text);
-  if (slot == nullptr) return;
-  // Claiming and this reading are sequentially consistent, as are the closing's writing and its look at the
-  // slots: either we see the end, or the end sees us and waits.
-  if (closed_.load() || CountOf(text).fetch_sub(1, std::memory_order_acq_rel) != 1) {
-    slot->store(nullptr, std::memory_order_release);
-    return;
-  }
-  Swept swept;
-  {
-    const Section section(*this);
-    // From here on the lock protects the entry from other sweeps; ours must not find our own announcement.
-    slot->store(nullptr, std::memory_order_release);
-    if (!section.Entered()) return;
-    Arrive(text, swept);
-  }
-  Free(swept);
-}
-
 void SymbolTable::PutAside(const char* text) noexcept {
   Swept swept;
   {
@@ -263,21 +240,6 @@ void SymbolTable::Arrive(const char* text, Swept& swept) noexcept {
   if (pendingCount_ == kPendingLimit) Sweep(swept);
 }
 
-std::atomic<const char*>* SymbolTable::ClaimReleaseSlot(const char* text) noexcept {
-  const std::size_t first = LookupGuards::Hint(kReleaseSlots);
-  for (;;) {
-    for (std::size_t i = 0; i < kReleaseSlots; ++i) {
-      std::atomic<const char*>& slot = releaseSlots_[(first + i) % kReleaseSlots];
-      const char* expected = nullptr;
-      if (slot.load(std::memory_order_relaxed) == nullptr && slot.compare_exchange_strong(expected, text)) {
-        return &slot;
-      }
-    }
-    if (os::OtherThreadsKilled()) return nullptr;
-    os::YieldThread();
-  }
-}
-
 // Under the lock, of an entry that had no references before ours, which keeps it from being dropped again
 // meanwhile. One that is not pending waits for its dropper.
 void SymbolTable::Revive(const char* text) noexcept {
@@ -290,27 +252,16 @@ void SymbolTable::Revive(const char* text) noexcept {
   }
 }
 
-// What stays on the list are other threads' announcements: at most 31, so there is room for the next drop.
 void SymbolTable::Sweep(Swept& swept) noexcept {
-  const char* announced[kReleaseSlots];
-  const char** announcedEnd = announced;
-  for (const std::atomic<const char*>& slot : releaseSlots_) {
-    if (const char* text = slot.load(std::memory_order_acquire)) *announcedEnd++ = text;
-  }
-  std::sort(announced, announcedEnd, std::less<>());
-  const char** const end = pending_ + pendingCount_;
-  pendingCount_ = 0;
   SymbolIndex& index = *index_.load(std::memory_order_relaxed);
-  for (const char** text = pending_; text != end; ++text) {
-    assert(CountOf(*text).load() == 0);
-    if (std::binary_search(announced, announcedEnd, *text, std::less<>())) {
-      pending_[pendingCount_++] = *text;
-    } else {
-      index.Remove(HashOf(*text), *text);
-      --items_;
-      swept.texts[swept.count++] = *text;
-    }
+  for (unsigned i = 0; i < pendingCount_; ++i) {
+    const char* const text = pending_[i];
+    assert(CountOf(text).load() == 0);
+    index.Remove(HashOf(text), text);
+    swept.texts[swept.count++] = text;
   }
+  items_ -= pendingCount_;
+  pendingCount_ = 0;
 }
 
 void SymbolTable::Free(const Swept& swept) noexcept {
@@ -320,8 +271,9 @@ void SymbolTable::Free(const Swept& swept) noexcept {
 
 void SymbolTable::Close() noexcept {
   closed_.store(true);
-  if (!AwaitOthers()) return;
-  if (os::GetCapabilities().exitKillsThreads) {
+  const bool killsThreads = os::GetCapabilities().exitKillsThreads;
+  if (!guards_.Await(killsThreads ? 0 : 100)) return;
+  if (killsThreads) {
     if (!lock_.TryLock()) return;
   } else {
     lock_.Lock();
@@ -332,21 +284,8 @@ void SymbolTable::Close() noexcept {
   if (index != nullptr) index->ForEach([](const char* text, std::uint32_t) { FreeEntry(text); });
 }
 
-bool SymbolTable::AwaitOthers() const noexcept {
-  const unsigned limit = os::GetCapabilities().exitKillsThreads ? 0 : 100;
-  if (!guards_.Await(limit)) return false;
-  for (const std::atomic<const char*>& slot : releaseSlots_) {
-    for (unsigned waited = 0; slot.load() != nullptr; ++waited) {
-      if (waited >= limit) return false;
-      std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-  }
-  return true;
-}
-
 void SymbolTable::ForgetOtherThreads() noexcept {
   guards_.ForgetAll();
-  for (std::atomic<const char*>& slot : releaseSlots_) slot.store(nullptr);
 }
 
 // Calls use(room) under the lock, with one zero for each bucket in `room`, which was made without it. False

@@ -28,9 +28,8 @@ namespace du::internal {
 //   awaited    [lock] ... or, if it was not on the list yet, with SymbolEntry::kAwaited in its count. The
 //              last drop then leaves this mark, which is not 0, and interning may add to it
 //   arrived    [lock] the dropper takes the mark away; the entry is pending if there is no reference either
-//   freed      [lock] the 64th pending entry sweeps the list: whatever no release slot announces leaves
-//              the index; its block is freed without the lock, after the look-ups that may still be
-//              reading it
+//   freed      [lock] the 64th pending entry sweeps the list: all leave the index; their blocks are freed
+//              without the lock, after the look-ups that may still be reading them
 // So a count of 0 rises only under the lock, and what the lock's holder sees at 0 stays dead while it holds
 // on.
 //
@@ -41,18 +40,17 @@ namespace du::internal {
 // up. So no second dropper appears before the first has arrived, nobody else makes the entry pending, and
 // only what is pending is freed.
 //
-// A drop that is likely to be the last is announced in a release slot before it is made, for the table's end,
-// which waits for those.
+// Where threads run on at the end of the process, each of them may be about to change a count: it has seen
+// the table open and was interrupted. Nothing is freed then.
 //
 // The lock is a leaf: nothing is allocated, freed, traced or interned while it is held. Storage comes from
 // the common allocator (entries) and the run-time heap (index).
 //
-// Where the end of the process kills the other threads, one of them may have had the lock, a release slot or
-// a look-up guard. Nothing waits for those: making symbols then fails as after the end, drops are not made,
-// and what a look-up might still read is left to the system.
+// Where the end of the process kills the other threads, one of them may have had the lock or a look-up guard.
+// Nothing waits for those: making symbols then fails as after the end, what is dropped stays, and what a
+// look-up might still read is left to the system.
 class SymbolTable : public CommonAllocated {
  public:
-  static constexpr unsigned kReleaseSlots = 32;
   static constexpr unsigned kPendingLimit = 64;
 
   // The lock must outlive the table. Throws std::bad_alloc.
@@ -72,16 +70,16 @@ class SymbolTable : public CommonAllocated {
   // Where the entry with these bytes is, if there is one; nothing keeps it there.
   const char* Find(const char* text, std::size_t length) noexcept;
 
-  // Drops a reference that may be the last one.
-  void Release(const char* text) noexcept;
   // For the thread that has brought an entry's count from 1 to 0 on its own: the entry may go, unless it is
   // in use again.
   void PutAside(const char* text) noexcept;
 
-  // The end: later calls find the table closed. Frees every entry, in use or not, unless a thread that may be
-  // inside an operation does not come out within 100 ms (where threads run on at exit) or holds the lock for
-  // ever (where they do not): then the storage is left to the system. The object itself must stay.
+  // The end: later calls find the table closed. Frees every entry, in use or not, unless a thread is inside a
+  // look-up and does not come out within 100 ms (where threads run on at exit) or has the lock for ever
+  // (where they do not): then the storage is left to the system. The object itself must stay.
   void Close() noexcept;
+  // The end while other threads may be copying and dropping symbols: as Close, but every entry stays.
+  void Abandon() noexcept { closed_.store(true); }
 
   // For a forked process: the threads that were inside an operation are not there to end it. The caller holds
   // the lock. What they were about to free stays.
@@ -91,10 +89,6 @@ class SymbolTable : public CommonAllocated {
 
   // Null when the structure is in order, else what is wrong. For tests and debug builds.
   [[nodiscard]] const char* FindFault();
-
-  // The first step of Release, on its own for tests: the slot is the caller's until it is set to null. Null
-  // when all belong to killed threads.
-  std::atomic<const char*>* ClaimReleaseSlot(const char* text) noexcept;
 
  private:
   struct EntryDeleter {
@@ -121,7 +115,6 @@ class SymbolTable : public CommonAllocated {
   void Arrive(const char* text, Swept& swept) noexcept;
   void Sweep(Swept& swept) noexcept;
   void Free(const Swept& swept) noexcept;
-  bool AwaitOthers() const noexcept;
   template <class Use>
   bool UseBuckets(Use use);
   const char* FindFaultLocked(std::vector<unsigned>& ids) const;
@@ -132,7 +125,6 @@ class SymbolTable : public CommonAllocated {
   alignas(64) unsigned items_ = 0;   // this and the pending list: under the lock
   unsigned pendingCount_ = 0;
   const char* pending_[kPendingLimit] = {};
-  std::atomic<const char*> releaseSlots_[kReleaseSlots] = {};
   LookupGuards guards_;
 };
 

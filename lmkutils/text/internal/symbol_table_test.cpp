@@ -28,6 +28,10 @@ class SymbolTableTest : public testing::Test {
   static inline constinit dp::internal::LazySpinLock lock;
 
   const char* Intern(const std::string& text) { return table->Intern(text.data(), text.size()); }
+  // As symbols drop their references.
+  void Drop(const char* entry) {
+    if (SymbolEntry::Of(entry).count.fetch_sub(1, std::memory_order_acq_rel) == 1) table->PutAside(entry);
+  }
   unsigned Items() { return table->CollectStatistics().items; }
   void ExpectSound() { EXPECT_STREQ(nullptr, table->FindFault()); }
 
@@ -63,7 +67,7 @@ TEST_F(SymbolTableTest, AgreesWithAModelOverRandomOperations) {
       handles.pop_back();
       const std::string text = entry;
       ASSERT_EQ(inUse[text], SymbolEntry::Of(entry).count.load());
-      table->Release(entry);
+      Drop(entry);
       if (--inUse[text] == 0) {
         inUse.erase(text);
         pending.insert(text);
@@ -80,39 +84,24 @@ TEST_F(SymbolTableTest, AgreesWithAModelOverRandomOperations) {
 TEST_F(SymbolTableTest, TheSixtyFourthDropSweepsAllButTheRevived) {
   std::vector<const char*> entries;
   for (int i = 0; i < 64; ++i) entries.push_back(Intern("text " + std::to_string(i)));
-  for (int i = 0; i < 63; ++i) table->Release(entries[static_cast<unsigned>(i)]);
+  for (int i = 0; i < 63; ++i) Drop(entries[static_cast<unsigned>(i)]);
   EXPECT_EQ(64u, Items());
   EXPECT_EQ(entries[5], Intern("text 5"));  // revived: 62 are pending
-  table->Release(entries[63]);
+  Drop(entries[63]);
   EXPECT_EQ(64u, Items());
   const char* const last = Intern("last");
   ExpectSound();
-  table->Release(last);
+  Drop(last);
   EXPECT_EQ(1u, Items());
   EXPECT_STREQ("text 5", entries[5]);
   ExpectSound();
 }
 
-TEST_F(SymbolTableTest, WhatAnotherThreadIsReleasingSurvivesTheSweep) {
-  const char* const announced = Intern("announced");
-  std::atomic<const char*>& slot = *table->ClaimReleaseSlot(announced);
-  table->Release(announced);
-  for (int i = 0; i < 63; ++i) table->Release(Intern("text " + std::to_string(i)));
-  EXPECT_EQ(1u, Items());
-  EXPECT_STREQ("announced", announced);
-  EXPECT_EQ(announced, Intern("announced"));  // still revivable
-  table->Release(announced);
-  slot.store(nullptr);
-  for (int i = 0; i < 63; ++i) table->Release(Intern("text " + std::to_string(i)));
-  EXPECT_EQ(0u, Items());
-  ExpectSound();
-}
-
-// A thread that has brought a count to 0 unannounced comes late: before any other use, after one revival,
-// after several, and while the entry is in use.
+// A thread that has brought a count to 0 comes late: before any other use, after one revival, after several,
+// and while the entry is in use.
 TEST_F(SymbolTableTest, WhoseDropperIsOnItsWayStaysUntilItArrives) {
   const auto sweep = [this](unsigned drops) {
-    for (unsigned i = 0; i < drops; ++i) table->Release(Intern("text " + std::to_string(i)));
+    for (unsigned i = 0; i < drops; ++i) Drop(Intern("text " + std::to_string(i)));
     ExpectSound();
   };
   for (int revivals = 0; revivals < 4; ++revivals) {
@@ -122,7 +111,7 @@ TEST_F(SymbolTableTest, WhoseDropperIsOnItsWayStaysUntilItArrives) {
       for (int i = 0; i < revivals; ++i) {
         ASSERT_EQ(entry, Intern("dropped"));
         sweep(i % 2 == 0 ? 64 : 1);
-        table->Release(entry);
+        Drop(entry);
         sweep(i % 2 == 0 ? 1 : 64);
       }
       sweep(128);
@@ -135,25 +124,11 @@ TEST_F(SymbolTableTest, WhoseDropperIsOnItsWayStaysUntilItArrives) {
       if (!isInUse) continue;
       EXPECT_STREQ("dropped", entry);
       EXPECT_EQ(1u, SymbolEntry::Of(entry).count.load());
-      table->Release(entry);
+      Drop(entry);
       sweep(128);
       EXPECT_EQ(nullptr, table->Find("dropped", 7)) << revivals;
     }
   }
-}
-
-TEST_F(SymbolTableTest, ReleasesWaitForASlotWhenAllAreTaken) {
-  const char* const held = Intern("held");
-  const char* const other = Intern("other");
-  std::array<std::atomic<const char*>*, SymbolTable::kReleaseSlots> slots;
-  for (auto& slot : slots) slot = table->ClaimReleaseSlot(held);
-  std::thread releaser([&] { table->Release(other); });
-  std::this_thread::sleep_for(std::chrono::milliseconds(5));
-  EXPECT_EQ(1u, SymbolEntry::Of(other).count.load());
-  for (auto* slot : slots) slot->store(nullptr);
-  releaser.join();
-  EXPECT_EQ(0u, SymbolEntry::Of(other).count.load());
-  table->Release(held);
 }
 
 TEST_F(SymbolTableTest, GrowsByThePrimesAndRecyclesIds) {
@@ -165,7 +140,7 @@ TEST_F(SymbolTableTest, GrowsByThePrimesAndRecyclesIds) {
   for (unsigned i = 0; i < 3079; ++i) EXPECT_EQ(entries[i], Intern("text " + std::to_string(i)));
   ExpectSound();
   for (int round = 0; round < 2; ++round) {
-    for (unsigned i = 0; i < 3079; ++i) table->Release(entries[i]);
+    for (unsigned i = 0; i < 3079; ++i) Drop(entries[i]);
   }
   for (unsigned i = 0; i < 6000; ++i) Intern("second " + std::to_string(i));
   ExpectSound();
@@ -199,26 +174,30 @@ TEST_F(SymbolTableTest, ExhaustedMemoryChangesNothing) {
   ExpectSound();
 }
 
-TEST_F(SymbolTableTest, ClosedTableRefusesNewTextsAndIgnoresReleases) {
+TEST_F(SymbolTableTest, ClosedTableRefusesNewTextsAndIgnoresDrops) {
   const char* const text = Intern("in use at the end");
   table->Close();
   EXPECT_THROW(Intern("new"), dp::DeadReference);
   EXPECT_THROW(Intern("in use at the end"), dp::DeadReference);
   EXPECT_THROW(table->CollectStatistics(), dp::DeadReference);
-  table->Release(text);
+  table->PutAside(text);
   EXPECT_STREQ(nullptr, table->FindFault());
 }
 
-TEST_F(SymbolTableTest, ClosingLeavesTheStorageToAThreadThatStaysInside) {
+TEST_F(SymbolTableTest, AbandonedTableKeepsWhatLateThreadsMayTouch) {
   const char* const text = Intern("still read");
-  std::atomic<const char*>& slot = *table->ClaimReleaseSlot(text);
-  table->Close();
+  table->Abandon();
+  EXPECT_THROW(Intern("still read"), dp::DeadReference);
+  EXPECT_EQ(nullptr, table->Find("new", 3));
+  for (int i = 0; i < 100; ++i) {
+    SymbolEntry::Of(text).count.fetch_add(1);
+    Drop(text);
+  }
+  Drop(text);
   EXPECT_STREQ("still read", text);
-  slot.store(nullptr);
-  table->Close();
 }
 
-// Another thread holds the lock for ever, and all slots belong to threads that are no more.
+// Another thread holds the lock for ever.
 TEST_F(SymbolTableTest, NothingWaitsForKilledThreads) {
   const char* const text = Intern("in use");
   std::promise<void> locked, done;
@@ -235,28 +214,14 @@ TEST_F(SymbolTableTest, NothingWaitsForKilledThreads) {
     EXPECT_THROW(Intern("new"), dp::DeadReference);
     EXPECT_THROW(table->CollectStatistics(), dp::DeadReference);
     EXPECT_EQ(nullptr, table->Find("new", 3));
-    table->Release(text);
-    table->Release(text);  // the last one
-    for (unsigned i = 0; i < SymbolTable::kReleaseSlots; ++i)
-      EXPECT_NE(nullptr, table->ClaimReleaseSlot(text));
-    EXPECT_EQ(nullptr, table->ClaimReleaseSlot(text));
-    table->Release(text);
+    Drop(text);
+    Drop(text);  // the last one
   }
   done.set_value();
   holder.join();
   EXPECT_EQ(text, Intern("in use"));
   ExpectSound();
   table->ForgetOtherThreads();
-}
-
-// As in a child process; a slot that stayed taken would keep its text from every sweep.
-TEST_F(SymbolTableTest, ForgetsTheSlotsOfOtherThreads) {
-  const char* const text = Intern("announced");
-  for (unsigned i = 0; i < SymbolTable::kReleaseSlots; ++i) table->ClaimReleaseSlot(text);
-  table->ForgetOtherThreads();
-  table->Release(text);
-  for (int i = 0; i < 63; ++i) table->Release(Intern("text " + std::to_string(i)));
-  EXPECT_EQ(0u, Items());
 }
 
 TEST(LookupGuards, AreNotAwaitedFromThreadsThatAreNoMore) {
@@ -292,12 +257,12 @@ TEST_F(SymbolTableTest, ThreadsMayMeetAnywhere) {
         const char* const entry = Intern(text);
         ASSERT_EQ(text, entry);
         if (isShared || i % 2 == 0) {
-          table->Release(entry);
+          Drop(entry);
         } else {
           mine.push_back(entry);
         }
       }
-      for (const char* entry : mine) table->Release(entry);
+      for (const char* entry : mine) Drop(entry);
     });
   }
   for (std::thread& thread : threads) thread.join();
