@@ -114,14 +114,17 @@ const char* FindText(const std::string& text) noexcept {
 
 // `before` is what the count was before the drop.
 void FinishDrop(const char* text, std::uint32_t before) noexcept {
-  if (before != 1) return PinEntry(SymbolEntry::Of(text), before);
-  if (SymbolTable* const table = Table::Existing()) table->PutAside(text);
+  if (before == 1) {
+    if (SymbolTable* const table = Table::Existing()) table->PutAside(text);
+  } else if (SymbolEntry::IsPermanent(before)) {
+    PinEntry(SymbolEntry::Of(text), before);
+  }
 }
 
-// A count that was permanent is moved so far up that no adding or dropping of all threads together leads out.
-// The others that callers meet are awaited.
+// To where no adding and dropping of all threads together leads out again. Small counts that callers meet are
+// those of awaited entries.
 void PinEntry(SymbolEntry& entry, std::uint32_t before) noexcept {
-  if (!SymbolEntry::IsPermanent(before)) return;
+  if ((before & ~SymbolEntry::kAwaited) < SymbolEntry::kPinFrom) return;
   entry.count.store(SymbolEntry::kPermanent + SymbolEntry::kPermanent / 2, std::memory_order_relaxed);
 }
 

@@ -32,8 +32,11 @@ struct SymbolEntry : SymbolEntryExtra<sizeof(void*)> {
   std::atomic<std::uint32_t> count{0};  // of references, and kAwaited
   std::uint32_t length = 0;
 
-  // A count that gets this far never comes back: the entry stays for ever instead of wrapping to 0 alive.
+  // A count that gets this far never comes back: the entry stays for ever instead of wrapping to 0 alive. It
+  // is pinned in the middle of the permanent counts long before, by a thread that adds a reference of its
+  // own.
   static constexpr std::uint32_t kPermanent = 0x40000000u;
+  static constexpr std::uint32_t kPinFrom = kPermanent / 2;
   // The thread whose drop brought the references to 0 has not come to the table yet, and the entry is in use
   // again: see SymbolTable.
   static constexpr std::uint32_t kAwaited = 0x80000000u;
@@ -75,11 +78,11 @@ inline void AddReference(const char* text) noexcept {
   if (text == nullptr || symbolTableGone.load(std::memory_order_relaxed)) return;
   SymbolEntry& entry = SymbolEntry::Of(text);
   const std::uint32_t before = entry.count.fetch_add(1, std::memory_order_acq_rel);
-  if (before >= SymbolEntry::kPermanent) PinEntry(entry, before);
+  if (before >= SymbolEntry::kPinFrom) PinEntry(entry, before);
 }
 
-// A drop is one step, after which we touch the entry no more: if that was the last reference, the entry waits
-// at the table for us. One comparison tells that case, 1, and permanent counts from all others.
+// A drop is one step, after which we touch none but a permanent entry: if that was the last reference, the
+// entry waits at the table for us. One comparison tells that case, 1, and permanent counts from all others.
 inline void DropReference(const char* text) noexcept {
   if (text == nullptr || symbolTableGone.load(std::memory_order_relaxed)) return;
   SymbolEntry& entry = SymbolEntry::Of(text);

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <map>
 #include <optional>
 #include <sstream>
@@ -67,8 +68,15 @@ const lmktest::ChildRole kLateRole("symbol_late", [](const std::vector<std::stri
   return kEarly == "early" && kEmptyIsThere ? 0 : 1;
 });
 
-// A thread that goes on interning while the process ends.
+// Threads that go on interning, copying, dropping and reading while the process ends.
 const lmktest::ChildRole kRunningRole("symbol_running", [](const std::vector<std::string>&) {
+  static const Symbol& shared = *new Symbol("shared by late threads");
+  std::thread([] {
+    for (;;) {
+      const Symbol copy(shared);
+      if (std::strcmp("shared by late threads", copy.c_str()) != 0) std::_Exit(3);
+    }
+  }).detach();
   std::thread([] {
     alignas(Symbol) static std::byte symbols[1000][sizeof(Symbol)];  // never destroyed
     try {
@@ -118,7 +126,7 @@ TEST(SymbolProcess, LateStaticsFindTheTableGone) {
   EXPECT_EQ("Dead Reference Detected\nDead Reference Detected\nempty\n", result.out) << result.err;
 }
 
-TEST(SymbolProcess, EndsWhileAThreadInterns) {
+TEST(SymbolProcess, EndsWhileThreadsUseSymbols) {
   // There the library ends after all other threads; only in this test, which is linked with its objects, they
   // run on.
   if (os::GetCapabilities().exitKillsThreads) GTEST_SKIP() << "on this target no thread is left at exit";

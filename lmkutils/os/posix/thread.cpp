@@ -171,8 +171,8 @@ bool OtherThreadsRun() noexcept {
   struct stat tasks;
   const bool known = stat("/proc/self/task", &tasks) == 0;
   errno = saved;
-  // One link for each thread, one from the parent and one from itself.
-  return !known || tasks.st_nlink > 3;
+  // One link for each thread, one from the parent and one from itself; fewer where /proc does not count them.
+  return !known || tasks.st_nlink != 3;
 }
 
 }  // namespace os

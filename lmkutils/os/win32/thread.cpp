@@ -124,6 +124,7 @@ bool OtherThreadsKilled() noexcept {
   return question() != FALSE;
 }
 
+// The handlers of a shared library run after the other threads' end.
 bool OtherThreadsRun() noexcept {
   return false;
 }

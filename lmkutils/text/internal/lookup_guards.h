@@ -46,24 +46,25 @@ class LookupGuards {
   // Takes all look-ups for over, since the threads in them are gone.
   void ForgetAll() noexcept;
 
-  // Where the calling thread best starts to look for a free one among `count`, a power of two up to 256: the
-  // stacks of threads lie far apart, so a middle part of a local's address tells them apart at no cost.
-  static std::size_t Hint(std::size_t count) noexcept {
-    const char here = 0;
-    const auto address = reinterpret_cast<std::uintptr_t>(&here) >> 16;
-    return (static_cast<std::uint32_t>(address) * 0x9E3779B1u >> 24) & (count - 1);
-  }
-
  private:
   static constexpr std::size_t kCount = 32;
   struct alignas(64) Word {
     std::atomic<std::uint32_t> sequence{0};  // odd while entered
   };
+  // Where the calling thread best starts to look for a free one: the stacks of threads lie far apart, so a
+  // middle part of a local's address tells them apart at no cost.
+  static std::size_t Hint() noexcept {
+    static_assert(kCount <= 256 && (kCount & (kCount - 1)) == 0);
+    const char here = 0;
+    const auto address = reinterpret_cast<std::uintptr_t>(&here) >> 16;
+    return (static_cast<std::uint32_t>(address) * 0x9E3779B1u >> 24) & (kCount - 1);
+  }
+
   Word words_[kCount];
 };
 
 inline LookupGuards::Scope::Scope(LookupGuards& guards) noexcept {
-  const std::size_t first = Hint(kCount);
+  const std::size_t first = Hint();
   for (std::size_t i = 0; i < kCount; ++i) {
     std::atomic<std::uint32_t>& word = guards.words_[(first + i) % kCount].sequence;
     sequence_ = word.load(std::memory_order_relaxed);

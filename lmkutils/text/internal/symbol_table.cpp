@@ -7,7 +7,6 @@
 #include <new>
 
 #include "lmkutils/memory/common_allocator.h"
-#include "lmkutils/os/capabilities.h"
 #include "lmkutils/os/thread.h"
 #include "lmkutils/platform/dead_reference.h"
 #include "lmkutils/text/hash_sizing.h"
@@ -141,6 +140,7 @@ const char* SymbolTable::InternInUse(std::uint32_t hash, const char* text, std::
   while (seen != 0) {
     if (SymbolEntry::IsPermanent(seen)) return present;
     if (count.compare_exchange_weak(seen, seen + 1, std::memory_order_acq_rel, std::memory_order_relaxed)) {
+      if (seen >= SymbolEntry::kPinFrom) PinEntry(SymbolEntry::Of(present), seen);
       return present;
     }
   }
@@ -164,7 +164,7 @@ const char* SymbolTable::InternKnown(std::uint32_t hash, const char* text, std::
   const std::uint32_t before = CountOf(present).fetch_add(1, std::memory_order_acq_rel);
   if (before == 0) {
     Revive(present);
-  } else if (SymbolEntry::IsPermanent(before)) {
+  } else {
     PinEntry(SymbolEntry::Of(present), before);
   }
   return present;
@@ -271,13 +271,7 @@ void SymbolTable::Free(const Swept& swept) noexcept {
 
 void SymbolTable::Close() noexcept {
   closed_.store(true);
-  const bool killsThreads = os::GetCapabilities().exitKillsThreads;
-  if (!guards_.Await(killsThreads ? 0 : 100)) return;
-  if (killsThreads) {
-    if (!lock_.TryLock()) return;
-  } else {
-    lock_.Lock();
-  }
+  if (!guards_.Await(0) || !lock_.TryLock()) return;
   const SymbolIndex::Owner index(index_.exchange(nullptr));
   items_ = pendingCount_ = 0;
   lock_.Unlock();

@@ -74,9 +74,9 @@ class SymbolTable : public CommonAllocated {
   // in use again.
   void PutAside(const char* text) noexcept;
 
-  // The end: later calls find the table closed. Frees every entry, in use or not, unless a thread is inside a
-  // look-up and does not come out within 100 ms (where threads run on at exit) or has the lock for ever
-  // (where they do not): then the storage is left to the system. The object itself must stay.
+  // The end, for the only thread there is: later calls find the table closed. Frees every entry, in use or
+  // not, unless a killed thread was inside a look-up or had the lock: then the storage is left to the system.
+  // The object itself must stay.
   void Close() noexcept;
   // The end while other threads may be copying and dropping symbols: as Close, but every entry stays.
   void Abandon() noexcept { closed_.store(true); }

@@ -15,6 +15,7 @@
 #include "lmkutils/os/fault/fault.h"
 #include "lmkutils/platform/dead_reference.h"
 #include "lmkutils/testing/shortage.h"
+#include "lmkutils/testing/threads.h"
 #include "lmkutils/text/symbol.h"
 
 namespace {
@@ -182,6 +183,14 @@ TEST_F(SymbolTableTest, ClosedTableRefusesNewTextsAndIgnoresDrops) {
   EXPECT_THROW(table->CollectStatistics(), dp::DeadReference);
   table->PutAside(text);
   EXPECT_STREQ(nullptr, table->FindFault());
+}
+
+TEST_F(SymbolTableTest, ClosingLeavesTheStorageWhenTheLockIsNotToBeHad) {
+  const char* const text = Intern("still there");
+  lock.Lock();
+  lmktest::OnOtherThread([this] { table->Close(); });
+  lock.Unlock();
+  EXPECT_STREQ("still there", text);
 }
 
 TEST_F(SymbolTableTest, AbandonedTableKeepsWhatLateThreadsMayTouch) {
