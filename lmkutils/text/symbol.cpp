@@ -70,6 +70,11 @@ void TableTraits::Destroy(SymbolTable* table) noexcept {
   }
 }
 
+// Apart from the usual way, which it would cost registers.
+[[gnu::noinline]] const char* InternInNewTable(const std::string& text) {
+  return Table::Instance().InternToNul(text.data(), text.size());
+}
+
 std::string_view View(const char* text) noexcept {
   if (text == nullptr) return {};
   return {text, SymbolEntry::Of(text).length};
@@ -97,8 +102,9 @@ const char* InternText(const char* text) {
 }
 
 const char* InternText(const std::string& text) {
-  if (text.empty() || text.front() == '\0') return nullptr;
-  return Table::Instance().InternToNul(text.data(), text.size());
+  if (*text.c_str() == '\0') return nullptr;
+  SymbolTable* const table = Table::Existing();
+  return table != nullptr ? table->InternToNul(text.data(), text.size()) : InternInNewTable(text);
 }
 
 const char* FindText(const char* text) noexcept {

@@ -1,13 +1,10 @@
 #include "lmkutils/text/internal/symbol_index.h"
 
-#include <bit>
 #include <cstring>
 #include <limits>
 #include <new>
 
 #include "lmkutils/os/memory.h"
-#include "lmkutils/text/internal/same_bytes.h"
-#include "lmkutils/text/symbol.h"
 
 namespace du::internal {
 namespace {
@@ -22,46 +19,70 @@ void SetId(Entry& entry, std::uint32_t id) noexcept {
 
 }  // namespace
 
-SymbolIndex::SymbolIndex(unsigned buckets, std::size_t slots, void* storage) noexcept
+SymbolIndex::SymbolIndex(unsigned buckets, std::size_t groups, void* storage) noexcept
     : buckets_(buckets),
-      mask_(slots - 1),
-      slots_(static_cast<Slot*>(storage)),
-      freeIds_(reinterpret_cast<std::uint32_t*>(slots_ + slots)) {
-  for (std::size_t i = 0; i < slots; ++i) ::new (static_cast<void*>(slots_ + i)) Slot;
+      mask_(groups - 1),
+      groups_(static_cast<Group*>(storage)),
+      hashes_(reinterpret_cast<std::uint32_t*>(groups_ + groups)),
+      freeIds_(hashes_ + groups * kSlots) {
+  for (std::size_t i = 0; i < groups; ++i) ::new (static_cast<void*>(groups_ + i)) Group;
 }
 
 SymbolIndex::Owner SymbolIndex::Create(unsigned buckets) {
-  const std::uint64_t slots = std::bit_ceil(std::uint64_t{buckets});
-  const std::uint64_t ids = kKeepsIds ? std::uint64_t{buckets} * sizeof(std::uint32_t) : 0;
-  const std::uint64_t bytes = sizeof(SymbolIndex) + slots * sizeof(Slot) + ids;
-  static_assert(sizeof(SymbolIndex) % alignof(Slot) == 0);
+  const std::uint64_t groups = std::bit_ceil(std::uint64_t{buckets} * 4 / (3 * kSlots) + 1);
+  const std::uint64_t hashesAndIds = groups * kSlots + (kKeepsIds ? buckets : 0);
+  const std::uint64_t bytes =
+      sizeof(SymbolIndex) + alignof(Group) + groups * sizeof(Group) + hashesAndIds * sizeof(std::uint32_t);
   if (bytes > std::numeric_limits<std::size_t>::max()) throw std::bad_alloc();
-  void* const block = os::HeapAllocate(static_cast<std::size_t>(bytes));
+  auto size = static_cast<std::size_t>(bytes);
+  void* const block = os::HeapAllocate(size);
   if (block == nullptr) throw std::bad_alloc();
-  os::PreferLargePages(block, static_cast<std::size_t>(bytes));
-  void* const storage = static_cast<char*>(block) + sizeof(SymbolIndex);
-  return Owner(::new (block) SymbolIndex(buckets, static_cast<std::size_t>(slots), storage));
+  os::PreferLargePages(block, size);
+  void* storage = static_cast<char*>(block) + sizeof(SymbolIndex);
+  size -= sizeof(SymbolIndex);
+  std::align(alignof(Group), sizeof(Group), storage, size);
+  return Owner(::new (block) SymbolIndex(buckets, static_cast<std::size_t>(groups), storage));
 }
 
 void SymbolIndex::Deleter::operator()(SymbolIndex* index) const noexcept {
   os::HeapFree(index);
 }
 
-const char* SymbolIndex::Find(std::uint32_t hash, const char* text, std::size_t length) const noexcept {
-  for (std::size_t i = hash & mask_;; i = (i + 1) & mask_) {
+SymbolIndex::Found SymbolIndex::Find(std::uint32_t hash, const char* text,
+                                     std::size_t length) const noexcept {
+  const Group* const first = &groups_[hash & mask_];
+  const Group* group = first;
+  do {
     // Sequentially consistent, as the argument of LookupGuards needs it.
-    const char* const present = slots_[i].text.load();
-    if (present == nullptr) return nullptr;
-    if (slots_[i].hash.load(std::memory_order_relaxed) != hash) continue;
-    if (SymbolEntry::Of(present).length == length && SameBytes(present, text, length)) return present;
-  }
+    const Tags tags = group->tags.load();
+    for (Tags slots = SlotsWith(TagOf(hash), tags); slots != 0; slots &= slots - 1) {
+      const char* const present = group->texts[FirstOf(slots)].load(std::memory_order_acquire);
+      if (IsText(present, text, length)) return {present, false};
+    }
+    if (!HaveGoneOn(tags)) break;
+    group = Next(group);
+  } while (group != first);
+  return {nullptr, true};
+}
+
+// A count that has become as large as its byte stays so: look-ups then go on in vain.
+void SymbolIndex::ChangeGoneOn(Group& group, Tags tags, Tags change) noexcept {
+  constexpr unsigned kShift = 8 * kSlots;
+  if (tags >> kShift != 0xFF) group.tags.store(tags + (change << kShift), std::memory_order_release);
 }
 
 void SymbolIndex::Place(std::uint32_t hash, const char* text) noexcept {
-  std::size_t i = hash & mask_;
-  while (slots_[i].text.load(std::memory_order_relaxed) != nullptr) i = (i + 1) & mask_;
-  slots_[i].hash.store(hash, std::memory_order_relaxed);
-  slots_[i].text.store(text, std::memory_order_release);
+  for (Group* group = &groups_[hash & mask_];; group = Next(group)) {
+    const Tags tags = group->tags.load(std::memory_order_relaxed);
+    if (const Tags empty = SlotsWith(0, tags)) {
+      const unsigned slot = FirstOf(empty);
+      HashOf(*group, slot) = hash;
+      group->texts[slot].store(text, std::memory_order_release);
+      group->tags.store(tags | TagOf(hash) << 8 * slot, std::memory_order_release);
+      return;
+    }
+    ChangeGoneOn(*group, tags, 1);
+  }
 }
 
 void SymbolIndex::Insert(std::uint32_t hash, const char* text) noexcept {
@@ -72,20 +93,18 @@ void SymbolIndex::Insert(std::uint32_t hash, const char* text) noexcept {
 }
 
 void SymbolIndex::Remove(std::uint32_t hash, const char* text) noexcept {
-  std::size_t hole = hash & mask_;
-  while (slots_[hole].text.load(std::memory_order_relaxed) != text) hole = (hole + 1) & mask_;
-  // Entries behind the hole move into it unless their way from their first slot does not lead over it.
-  for (std::size_t i = (hole + 1) & mask_;; i = (i + 1) & mask_) {
-    const char* const next = slots_[i].text.load(std::memory_order_relaxed);
-    if (next == nullptr) break;
-    const std::uint32_t nextHash = slots_[i].hash.load(std::memory_order_relaxed);
-    if (((i - nextHash) & mask_) < ((i - hole) & mask_)) continue;
-    slots_[hole].hash.store(nextHash, std::memory_order_relaxed);
-    slots_[hole].text.store(next);
-    hole = i;
+  for (Group* group = &groups_[hash & mask_];; group = Next(group)) {
+    const Tags tags = group->tags.load(std::memory_order_relaxed);
+    for (Tags slots = SlotsWith(TagOf(hash), tags); slots != 0; slots &= slots - 1) {
+      const unsigned slot = FirstOf(slots);
+      if (group->texts[slot].load(std::memory_order_relaxed) != text) continue;
+      // Sequentially consistent, as the argument of LookupGuards needs it.
+      group->tags.store(tags & ~(Tags{0xFF} << 8 * slot));
+      if constexpr (kKeepsIds) freeIds_[freeIdCount_++] = IdOf(SymbolEntry::Of(text));
+      return;
+    }
+    ChangeGoneOn(*group, tags, ~Tags{0});
   }
-  slots_[hole].text.store(nullptr);
-  if constexpr (kKeepsIds) freeIds_[freeIdCount_++] = IdOf(SymbolEntry::Of(text));
 }
 
 void SymbolIndex::TakeOver(const SymbolIndex& smaller) noexcept {

@@ -11,11 +11,15 @@
 #include "lmkutils/platform/dead_reference.h"
 #include "lmkutils/text/hash_sizing.h"
 #include "lmkutils/text/internal/lasting_symbol.h"
+#include "lmkutils/text/internal/same_bytes.h"
 #include "lmkutils/text/internal/text_hash.h"
 #include "lmkutils/text/symbol.h"
 
 namespace du::internal {
 namespace {
+
+constexpr auto kOwnPlace = LookupGuards::Places::kOwn;
+constexpr auto kAnyPlace = LookupGuards::Places::kAny;
 
 // Of the described record: count, length, text and NUL; 64-bit targets keep 8 bytes more.
 static_assert(sizeof(SymbolEntry) == (sizeof(void*) == 4 ? 8 : 16));
@@ -93,63 +97,93 @@ Symbol SymbolTable::GetDebugClassName() const {
   return name.Get();
 }
 
-const char* SymbolTable::Intern(const char* text, std::size_t length) {
+// A text in use is interned in few steps: the fewer there are, the more of the next look-up the processor
+// begins while this one waits for memory. Short texts have a way of their own, without a call that has to be
+// returned from: such a call, though it be made seldom, has the function save its registers at each entry.
+template <auto kOtherwise>
+const char* SymbolTable::InternFirst(const char* text, std::size_t length) {
   const std::uint32_t hash = TextHash::Of(text, length);
-  bool isNew = false;
-  if (const char* present = InternInUse(hash, text, length, isNew)) return present;
-  return InternUnused(hash, text, length, isNew);
+  const InUse found = InternInUse<&SymbolIndex::FindFirst>(kOwnPlace, hash, text, length);
+  return found.text != nullptr ? found.text : (this->*kOtherwise)(hash, text, length, found.absence);
+}
+
+[[gnu::flatten]] const char* SymbolTable::Intern(const char* text, std::size_t length) {
+  if (length > kShortText) return InternLong(text, length);
+  return InternFirst<&SymbolTable::InternSlowly>(text, length);
+}
+
+[[gnu::noinline, gnu::flatten]] const char* SymbolTable::InternLong(const char* text, std::size_t length) {
+  return InternFirst<&SymbolTable::InternSlowly>(text, length);
 }
 
 // No entry holds a NUL, so a text that is found holds none either: only those that are not found need to be
-// searched for it. Not so long ones, which might be hashed for what stands behind their NUL.
-const char* SymbolTable::InternToNul(const char* text, std::size_t length) {
-  constexpr std::size_t kLong = 128;
-  if (length > kLong) return Intern(text, LengthToNul(text, length));
-  const std::uint32_t hash = TextHash::Of(text, length);
-  bool isNew = false;
-  if (const char* present = InternInUse(hash, text, length, isNew)) return present;
-  const std::size_t lengthToNul = LengthToNul(text, length);
-  if (lengthToNul < length) return Intern(text, lengthToNul);
-  return InternUnused(hash, text, length, isNew);
+// searched for it.
+[[gnu::flatten]] const char* SymbolTable::InternToNul(const char* text, std::size_t length) {
+  if (length > kShortText) return InternLongToNul(text, length);
+  return InternFirst<&SymbolTable::InternToNulSlowly>(text, length);
+}
+
+// The very long are searched at once, since they might be hashed for what stands behind their NUL.
+[[gnu::noinline, gnu::flatten]] const char* SymbolTable::InternLongToNul(const char* text,
+                                                                         std::size_t length) {
+  constexpr std::size_t kVeryLong = 128;
+  if (length > kVeryLong) return InternLong(text, LengthToNul(text, length));
+  return InternFirst<&SymbolTable::InternToNulSlowly>(text, length);
 }
 
 const char* SymbolTable::Find(const char* text, std::size_t length) noexcept {
   const std::uint32_t hash = TextHash::Of(text, length);
   {
     const LookupGuards::Scope scope(guards_);
-    if (scope.Entered() && !closed_.load()) {
-      if (const char* present = index_.load()->Find(hash, text, length)) return present;
-    }
+    if (scope.Entered()) return closed_.load() ? nullptr : index_.load()->Find(hash, text, length).text;
   }
-  const Section section(*this);  // it may just have been moving
+  const Section section(*this);
   if (!section.Entered()) return nullptr;
-  return index_.load(std::memory_order_relaxed)->Find(hash, text, length);
+  return index_.load(std::memory_order_relaxed)->Find(hash, text, length).text;
 }
 
-// Without the lock. A count of 0 is left alone: raising it would take the entry from under a sweep. `isNew`
-// tells that there was no entry, as far as one can see without the lock.
-const char* SymbolTable::InternInUse(std::uint32_t hash, const char* text, std::size_t length,
-                                     bool& isNew) noexcept {
-  const LookupGuards::Scope scope(guards_);
-  if (!scope.Entered() || closed_.load()) return nullptr;
-  const char* const present = index_.load()->Find(hash, text, length);
-  isNew = present == nullptr;
-  if (isNew) return nullptr;
-  std::atomic<std::uint32_t>& count = CountOf(present);
+// Without the lock. A count of 0 is left alone: raising it would take the entry from under a sweep.
+template <auto kFind>
+SymbolTable::InUse SymbolTable::InternInUse(LookupGuards::Places places, std::uint32_t hash, const char* text,
+                                            std::size_t length) noexcept {
+  const LookupGuards::Scope scope(guards_, places);
+  if (!scope.Entered() || closed_.load()) return {nullptr, Absence::kUnsettled};
+  const SymbolIndex::Found found = (index_.load()->*kFind)(hash, text, length);
+  if (found.text == nullptr) return {nullptr, found.isNew ? Absence::kNew : Absence::kUnsettled};
+  std::atomic<std::uint32_t>& count = CountOf(found.text);
   std::uint32_t seen = count.load(std::memory_order_relaxed);
-  while (seen != 0) {
-    if (SymbolEntry::IsPermanent(seen)) return present;
+  while (seen != 0 && !SymbolEntry::IsPermanent(seen)) {
     if (count.compare_exchange_weak(seen, seen + 1, std::memory_order_acq_rel, std::memory_order_relaxed)) {
-      if (seen >= SymbolEntry::kPinFrom) PinEntry(SymbolEntry::Of(present), seen);
-      return present;
+      if (seen >= SymbolEntry::kPinFrom) PinEntry(SymbolEntry::Of(found.text), seen);
+      return {found.text, {}};
     }
   }
-  return nullptr;
+  return {seen != 0 ? found.text : nullptr, Absence::kUnused};
 }
 
-// Of a text that was not found in use; `isNew` as InternInUse told.
-const char* SymbolTable::InternUnused(std::uint32_t hash, const char* text, std::size_t length, bool isNew) {
-  if (!isNew) {
+SymbolTable::InUse SymbolTable::InternUnsettled(std::uint32_t hash, const char* text, std::size_t length,
+                                                Absence absence) noexcept {
+  if (absence != Absence::kUnsettled) return {nullptr, absence};
+  return InternInUse<&SymbolIndex::Find>(kAnyPlace, hash, text, length);
+}
+
+[[gnu::noinline]] const char* SymbolTable::InternSlowly(std::uint32_t hash, const char* text,
+                                                        std::size_t length, Absence absence) {
+  const InUse found = InternUnsettled(hash, text, length, absence);
+  return found.text != nullptr ? found.text : InternByLock(hash, text, length, found.absence);
+}
+
+[[gnu::noinline]] const char* SymbolTable::InternToNulSlowly(std::uint32_t hash, const char* text,
+                                                             std::size_t length, Absence absence) {
+  const InUse found = InternUnsettled(hash, text, length, absence);
+  if (found.text != nullptr) return found.text;
+  const std::size_t lengthToNul = LengthToNul(text, length);
+  return lengthToNul < length ? Intern(text, lengthToNul) : InternByLock(hash, text, length, found.absence);
+}
+
+const char* SymbolTable::InternByLock(std::uint32_t hash, const char* text, std::size_t length,
+                                      Absence absence) {
+  if (absence != Absence::kNew) {
     const Section section(*this);
     section.ThrowUnlessEntered();
     if (const char* present = InternKnown(hash, text, length)) return present;
@@ -159,7 +193,7 @@ const char* SymbolTable::InternUnused(std::uint32_t hash, const char* text, std:
 
 // Under the lock; null when the text has no entry.
 const char* SymbolTable::InternKnown(std::uint32_t hash, const char* text, std::size_t length) noexcept {
-  const char* const present = index_.load(std::memory_order_relaxed)->Find(hash, text, length);
+  const char* const present = index_.load(std::memory_order_relaxed)->Find(hash, text, length).text;
   if (present == nullptr) return nullptr;
   const std::uint32_t before = CountOf(present).fetch_add(1, std::memory_order_acq_rel);
   if (before == 0) {
@@ -227,17 +261,13 @@ void SymbolTable::PutAside(const char* text) noexcept {
   {
     const Section section(*this);
     if (!section.Entered()) return;
-    Arrive(text, swept);
+    // Nobody waits for this thread any more.
+    const std::uint32_t before = CountOf(text).fetch_and(~SymbolEntry::kAwaited, std::memory_order_acq_rel);
+    if ((before & ~SymbolEntry::kAwaited) != 0) return;
+    pending_[pendingCount_++] = text;
+    if (pendingCount_ == kPendingLimit) Sweep(swept);
   }
   Free(swept);
-}
-
-// Under the lock, after a drop to 0: nobody waits for this thread any more.
-void SymbolTable::Arrive(const char* text, Swept& swept) noexcept {
-  const std::uint32_t before = CountOf(text).fetch_and(~SymbolEntry::kAwaited, std::memory_order_acq_rel);
-  if ((before & ~SymbolEntry::kAwaited) != 0) return;
-  pending_[pendingCount_++] = text;
-  if (pendingCount_ == kPendingLimit) Sweep(swept);
 }
 
 // Under the lock, of an entry that had no references before ours, which keeps it from being dropped again
@@ -330,7 +360,7 @@ const char* SymbolTable::FindFaultLocked(std::vector<unsigned>& ids) const {
     const std::uint32_t length = SymbolEntry::Of(text).length;
     if (length == 0 || std::strlen(text) != length) fault = "length and text disagree";
     if (hash != HashOf(text)) fault = "an entry stands under a wrong hash";
-    if (index.Find(hash, text, length) != text) fault = "an entry is not found or stands there twice";
+    if (index.Find(hash, text, length).text != text) fault = "an entry is not found or stands there twice";
     if (entries < ids.size()) ids[entries] = IdOf(SymbolEntry::Of(text));
     ++entries;
   });
@@ -343,7 +373,7 @@ const char* SymbolTable::FindFaultLocked(std::vector<unsigned>& ids) const {
     const char* const text = pending_[i];
     if (CountOf(text).load() != 0) fault = "a pending entry is in use";
     if (std::find(pending_, pending_ + i, text) != pending_ + i) fault = "an entry is pending twice";
-    if (index.Find(HashOf(text), text, SymbolEntry::Of(text).length) != text)
+    if (index.Find(HashOf(text), text, SymbolEntry::Of(text).length).text != text)
       fault = "a pending entry is unknown";
   }
   return fault;

@@ -106,13 +106,27 @@ class SymbolTable : public CommonAllocated {
 
   static EntryOwner MakeEntry(const char* text, std::size_t length);
 
-  const char* InternInUse(std::uint32_t hash, const char* text, std::size_t length, bool& isNew) noexcept;
-  const char* InternUnused(std::uint32_t hash, const char* text, std::size_t length, bool isNew);
+  // Of a text that was not interned without the lock.
+  enum class Absence { kUnsettled, kNew, kUnused };  // no entry; one with count 0
+  struct InUse {
+    const char* text;
+    Absence absence;
+  };
+  template <auto kFind>
+  InUse InternInUse(LookupGuards::Places places, std::uint32_t hash, const char* text,
+                    std::size_t length) noexcept;
+  InUse InternUnsettled(std::uint32_t hash, const char* text, std::size_t length, Absence absence) noexcept;
+  const char* InternByLock(std::uint32_t hash, const char* text, std::size_t length, Absence absence);
+  const char* InternSlowly(std::uint32_t hash, const char* text, std::size_t length, Absence absence);
+  const char* InternToNulSlowly(std::uint32_t hash, const char* text, std::size_t length, Absence absence);
+  template <auto kOtherwise>
+  const char* InternFirst(const char* text, std::size_t length);
+  const char* InternLong(const char* text, std::size_t length);
+  const char* InternLongToNul(const char* text, std::size_t length);
   const char* InternKnown(std::uint32_t hash, const char* text, std::size_t length) noexcept;
   const char* InternNew(std::uint32_t hash, const char* text, std::size_t length);
   unsigned BucketsForOneMore() const noexcept;
   void Revive(const char* text) noexcept;
-  void Arrive(const char* text, Swept& swept) noexcept;
   void Sweep(Swept& swept) noexcept;
   void Free(const Swept& swept) noexcept;
   template <class Use>

@@ -1,6 +1,7 @@
 #include "lmkutils/text/internal/symbol_table.h"
 
 #include <array>
+#include <deque>
 #include <future>
 #include <map>
 #include <memory>
@@ -208,6 +209,9 @@ TEST_F(SymbolTableTest, AbandonedTableKeepsWhatLateThreadsMayTouch) {
 
 // Another thread holds the lock for ever.
 TEST_F(SymbolTableTest, NothingWaitsForKilledThreads) {
+  // So many that some do not stand where a look-up begins.
+  std::vector<const char*> many;
+  for (unsigned i = 0; i < 3000; ++i) many.push_back(Intern("text " + std::to_string(i)));
   const char* const text = Intern("in use");
   std::promise<void> locked, done;
   std::thread holder([&] {
@@ -220,6 +224,7 @@ TEST_F(SymbolTableTest, NothingWaitsForKilledThreads) {
   {
     const os::fault::Arming killed(os::fault::Call::kOtherThreadsKilled, {.count = os::fault::kForEver});
     EXPECT_EQ(text, Intern("in use"));  // without the lock
+    for (unsigned i = 0; i < many.size(); ++i) EXPECT_EQ(many[i], Intern("text " + std::to_string(i)));
     EXPECT_THROW(Intern("new"), dp::DeadReference);
     EXPECT_THROW(table->CollectStatistics(), dp::DeadReference);
     EXPECT_EQ(nullptr, table->Find("new", 3));
@@ -244,6 +249,23 @@ TEST(LookupGuards, AreNotAwaitedFromThreadsThatAreNoMore) {
   }
   guards.ForgetAll();
   EXPECT_TRUE(guards.Await());
+}
+
+// One look-up in each: the last has no place left.
+TEST(LookupGuards, AreEnteredElsewhereWhenTheOwnIsBusy) {
+  using du::internal::LookupGuards;
+  LookupGuards guards;
+  const LookupGuards::Scope own(guards, LookupGuards::Places::kOwn);
+  ASSERT_TRUE(own.Entered());
+  EXPECT_FALSE(LookupGuards::Scope(guards, LookupGuards::Places::kOwn).Entered());
+  std::deque<LookupGuards::Scope> others;
+  while (others.size() < 100 && others.emplace_back(guards).Entered()) {
+  }
+  EXPECT_EQ(32u, others.size());
+  EXPECT_FALSE(others.back().Entered());
+  others.clear();
+  EXPECT_FALSE(guards.Await(1));  // ours
+  EXPECT_TRUE(LookupGuards::Scope(guards).Entered());
 }
 
 TEST_F(SymbolTableTest, KnowsItsName) {
@@ -277,6 +299,21 @@ TEST_F(SymbolTableTest, ThreadsMayMeetAnywhere) {
   for (std::thread& thread : threads) thread.join();
   ExpectSound();
   EXPECT_LT(Items(), SymbolTable::kPendingLimit);
+}
+
+// Both have seen without the lock that the text is new, and wait for the lock with an entry.
+TEST_F(SymbolTableTest, ThreadsThatMakeTheSameTextShareOneEntry) {
+  std::array<const char*, 2> entries{};
+  lock.Lock();
+  std::thread first([&] { entries[0] = Intern("new"); });
+  std::thread second([&] { entries[1] = Intern("new"); });
+  lmktest::GiveOthersTime();
+  lock.Unlock();
+  first.join();
+  second.join();
+  EXPECT_EQ(entries[0], entries[1]);
+  EXPECT_EQ(2u, SymbolEntry::Of(entries[0]).count.load());
+  EXPECT_EQ(1u, Items());
 }
 
 // The same through symbols, whose copies and drops do not come to the table while the count stays above 0.
