@@ -19,33 +19,35 @@ void SetId(Entry& entry, std::uint32_t id) noexcept {
 
 }  // namespace
 
-SymbolIndex::SymbolIndex(unsigned buckets, std::size_t groups, void* storage) noexcept
-    : buckets_(buckets),
+SymbolIndex::SymbolIndex(unsigned buckets, std::size_t groups, void* block) noexcept
+    : block_(block),
+      buckets_(buckets),
       mask_(groups - 1),
-      groups_(static_cast<Group*>(storage)),
+      groups_(reinterpret_cast<Group*>(this + 1)),
       hashes_(reinterpret_cast<std::uint32_t*>(groups_ + groups)),
       freeIds_(hashes_ + groups * kSlots) {
   for (std::size_t i = 0; i < groups; ++i) ::new (static_cast<void*>(groups_ + i)) Group;
 }
 
+// In one block: the index, its groups, their hashes, the ids.
 SymbolIndex::Owner SymbolIndex::Create(unsigned buckets) {
   const std::uint64_t groups = std::bit_ceil(std::uint64_t{buckets} * 4 / (3 * kSlots) + 1);
   const std::uint64_t hashesAndIds = groups * kSlots + (kKeepsIds ? buckets : 0);
-  const std::uint64_t bytes =
-      sizeof(SymbolIndex) + alignof(Group) + groups * sizeof(Group) + hashesAndIds * sizeof(std::uint32_t);
+  const std::uint64_t bytes = alignof(SymbolIndex) + sizeof(SymbolIndex) + groups * sizeof(Group) +
+                              hashesAndIds * sizeof(std::uint32_t);
   if (bytes > std::numeric_limits<std::size_t>::max()) throw std::bad_alloc();
   auto size = static_cast<std::size_t>(bytes);
   void* const block = os::HeapAllocate(size);
   if (block == nullptr) throw std::bad_alloc();
   os::PreferLargePages(block, size);
-  void* storage = static_cast<char*>(block) + sizeof(SymbolIndex);
-  size -= sizeof(SymbolIndex);
-  std::align(alignof(Group), sizeof(Group), storage, size);
-  return Owner(::new (block) SymbolIndex(buckets, static_cast<std::size_t>(groups), storage));
+  void* place = block;
+  std::align(alignof(SymbolIndex), sizeof(SymbolIndex), place, size);
+  static_assert(alignof(SymbolIndex) % alignof(Group) == 0);
+  return Owner(::new (place) SymbolIndex(buckets, static_cast<std::size_t>(groups), block));
 }
 
 void SymbolIndex::Deleter::operator()(SymbolIndex* index) const noexcept {
-  os::HeapFree(index);
+  os::HeapFree(index->block_);
 }
 
 SymbolIndex::Found SymbolIndex::Find(std::uint32_t hash, const char* text,
@@ -90,6 +92,7 @@ void SymbolIndex::Insert(std::uint32_t hash, const char* text) noexcept {
     SetId(SymbolEntry::Of(text), freeIdCount_ != 0 ? freeIds_[--freeIdCount_] : ++lastNewId_);
   }
   Place(hash, text);
+  ++entries_;
 }
 
 void SymbolIndex::Remove(std::uint32_t hash, const char* text) noexcept {
@@ -101,6 +104,7 @@ void SymbolIndex::Remove(std::uint32_t hash, const char* text) noexcept {
       // Sequentially consistent, as the argument of LookupGuards needs it.
       group->tags.store(tags & ~(Tags{0xFF} << 8 * slot));
       if constexpr (kKeepsIds) freeIds_[freeIdCount_++] = IdOf(SymbolEntry::Of(text));
+      --entries_;
       return;
     }
     ChangeGoneOn(*group, tags, ~Tags{0});
@@ -112,6 +116,7 @@ void SymbolIndex::TakeOver(const SymbolIndex& smaller) noexcept {
   if (smaller.freeIdCount_ != 0) {
     std::memcpy(freeIds_, smaller.freeIds_, smaller.freeIdCount_ * sizeof(std::uint32_t));
   }
+  entries_ = smaller.entries_;
   freeIdCount_ = smaller.freeIdCount_;
   lastNewId_ = smaller.lastNewId_;
 }

@@ -39,6 +39,7 @@ class SymbolIndex {
   SymbolIndex& operator=(const SymbolIndex&) = delete;
 
   [[nodiscard]] unsigned Buckets() const noexcept { return buckets_; }
+  [[nodiscard]] unsigned Entries() const noexcept { return entries_; }  // under the table's lock
 
   // `text` is the text pointer of the entry with these bytes; null when there is none (`isNew`), or when that
   // is not settled: FindFirst looks at one entry at most, which nearly always suffices, in few steps, and up
@@ -81,7 +82,7 @@ class SymbolIndex {
     std::atomic<const char*> texts[kSlots] = {};
   };
 
-  SymbolIndex(unsigned buckets, std::size_t groups, void* storage) noexcept;
+  SymbolIndex(unsigned buckets, std::size_t groups, void* block) noexcept;
 
   static Tags TagOf(std::uint32_t hash) noexcept;
   static Tags SlotsWith(Tags tag, Tags tags) noexcept;
@@ -98,6 +99,7 @@ class SymbolIndex {
   }
   void Place(std::uint32_t hash, const char* text) noexcept;
 
+  void* const block_;  // to be freed: this object stands somewhere in it
   const unsigned buckets_;
   const std::size_t mask_;
   Group* const groups_;
@@ -105,6 +107,8 @@ class SymbolIndex {
   // Ids are recycled, last freed first. As many as buckets have room: there were never more entries than
   // that.
   std::uint32_t* const freeIds_;
+  // What changes stands apart from what look-ups read.
+  alignas(64) unsigned entries_ = 0;
   std::uint32_t freeIdCount_ = 0;
   std::uint32_t lastNewId_ = 0;
 };

@@ -229,7 +229,6 @@ const char* SymbolTable::InternNew(std::uint32_t hash, const char* text, std::si
         CountOf(entry.get()).store(1, std::memory_order_relaxed);
         result = entry.release();
         index->Insert(hash, result);
-        ++items_;
       }
     }
     if (result == nullptr) other = SymbolIndex::Create(needed);
@@ -251,8 +250,9 @@ SymbolTable::EntryOwner SymbolTable::MakeEntry(const char* text, std::size_t len
 }
 
 unsigned SymbolTable::BucketsForOneMore() const noexcept {
-  const unsigned present = index_.load(std::memory_order_relaxed)->Buckets();
-  const unsigned items = items_ + 1;
+  const SymbolIndex& index = *index_.load(std::memory_order_relaxed);
+  const unsigned present = index.Buckets();
+  const unsigned items = index.Entries() + 1;
   return items <= present ? present : std::max(present, HashNextPrime(items));
 }
 
@@ -290,7 +290,6 @@ void SymbolTable::Sweep(Swept& swept) noexcept {
     index.Remove(HashOf(text), text);
     swept.texts[swept.count++] = text;
   }
-  items_ -= pendingCount_;
   pendingCount_ = 0;
 }
 
@@ -303,7 +302,7 @@ void SymbolTable::Close() noexcept {
   closed_.store(true);
   if (!guards_.Await(0) || !lock_.TryLock()) return;
   const SymbolIndex::Owner index(index_.exchange(nullptr));
-  items_ = pendingCount_ = 0;
+  pendingCount_ = 0;
   lock_.Unlock();
   if (index != nullptr) index->ForEach([](const char* text, std::uint32_t) { FreeEntry(text); });
 }
@@ -336,10 +335,9 @@ SymbolStatistics SymbolTable::CollectStatistics() {
   std::vector<unsigned> entriesOfBucket;
   unsigned items = 0;
   const bool open = UseBuckets([&](std::vector<unsigned>& room) {
-    items = items_;
-    index_.load(std::memory_order_relaxed)->ForEach([&room](const char* text, std::uint32_t) {
-      ++room[SymbolHash(text) % room.size()];
-    });
+    const SymbolIndex& index = *index_.load(std::memory_order_relaxed);
+    items = index.Entries();
+    index.ForEach([&room](const char* text, std::uint32_t) { ++room[SymbolHash(text) % room.size()]; });
     entriesOfBucket.swap(room);
   });
   if (!open) throw dp::DeadReference();
@@ -364,7 +362,7 @@ const char* SymbolTable::FindFaultLocked(std::vector<unsigned>& ids) const {
     if (entries < ids.size()) ids[entries] = IdOf(SymbolEntry::Of(text));
     ++entries;
   });
-  if (entries != items_ || entries > ids.size()) return "the number of entries is wrong";
+  if (entries != index.Entries() || entries > ids.size()) return "the number of entries is wrong";
   ids.resize(entries);
   std::sort(ids.begin(), ids.end());
   if (std::adjacent_find(ids.begin(), ids.end()) != ids.end()) fault = "two entries have one id";

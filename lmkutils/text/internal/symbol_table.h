@@ -135,9 +135,8 @@ class SymbolTable : public CommonAllocated {
 
   dp::internal::LazySpinLock& lock_;
   std::atomic<bool> closed_{false};
-  std::atomic<SymbolIndex*> index_;  // owned; changed under the lock, read without it inside a guard
-  alignas(64) unsigned items_ = 0;   // this and the pending list: under the lock
-  unsigned pendingCount_ = 0;
+  std::atomic<SymbolIndex*> index_;        // owned; changed under the lock, read without it inside a guard
+  alignas(64) unsigned pendingCount_ = 0;  // this and the list: under the lock
   const char* pending_[kPendingLimit] = {};
   LookupGuards guards_;
 };
