@@ -1,8 +1,9 @@
 #!/usr/bin/env python3
 """Runs the benchmark programs row by row and prints how the library stands beside its peers.
 
-The contenders of a row run in one process of their own, in turns; every figure is the median of the turns. Rows of
-another figure than a time run once, each contender in a process of its own.
+The contenders of a row run in one process of their own, in turns, and so in several processes, since where things lie
+in memory differs from process to process; every figure is the median of all turns. Rows of another figure than a time
+run once, each contender in a process of its own.
 """
 import argparse
 import dataclasses
@@ -116,9 +117,10 @@ def run_row(program, row, names, options):
     # A row of one thread stays on one processor; those with threads of their own use all.
     if not any("real_time" in name for name in names):
         cpus = {max(cpus)}
-    return read_row(row, run_benchmarks(
-        program, row, ["--benchmark_enable_random_interleaving=true", f"--benchmark_repetitions={options.turns}",
-                       f"--benchmark_min_time={options.min_time}"], cpus))
+    turns = options.turns // options.processes
+    return read_row(row, [turn for _ in range(options.processes) for turn in run_benchmarks(
+        program, row, ["--benchmark_enable_random_interleaving=true", f"--benchmark_repetitions={turns}",
+                       f"--benchmark_min_time={options.min_time}"], cpus)])
 
 
 def read_figures(row, runs):
@@ -230,6 +232,7 @@ def main():
     parser.add_argument("--programs", type=pathlib.Path, required=True, help="folder of the benchmark programs")
     parser.add_argument("--rows", default="", help="only the rows that match this expression")
     parser.add_argument("--turns", type=int, default=7, help="turns of every contender (at least 3)")
+    parser.add_argument("--processes", type=int, default=1, help="processes that share the turns")
     parser.add_argument("--min-time", type=float, default=0.05, help="seconds of every turn")
     parser.add_argument("--write", type=pathlib.Path, metavar="DOCUMENT", help="put the tables into this document too")
     options = parser.parse_args()
@@ -237,8 +240,12 @@ def main():
         parser.error(f"no such area: {', '.join(unknown)}; there are {', '.join(AREAS)}")
     if options.turns < 3:
         parser.error("fewer than 3 turns give no median")
+    if not 1 <= options.processes <= options.turns:
+        parser.error("every process has at least one turn")
     if options.write and options.rows:
         parser.error("--write takes whole areas")
+    options.turns += -options.turns % options.processes
+    shared = f" in {options.processes} processes" if options.processes > 1 else ""
     for area in options.areas or AREAS:
         before = machine()
         program = str(options.programs / f"bench_{area}")
@@ -247,7 +254,7 @@ def main():
         print(f"\n{area}: {before}\n{as_text(area, rows)}", flush=True)
         if options.write:
             write_block(options.write, area,
-                        f"Medians of {options.turns} turns. {before}.\n\n{as_markdown(area, rows)}")
+                        f"Medians of {options.turns} turns{shared}. {before}.\n\n{as_markdown(area, rows)}")
 
 
 if __name__ == "__main__":

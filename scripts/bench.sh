@@ -1,6 +1,6 @@
 #!/bin/sh
 # Measures the library beside other libraries that do the same work.
-#   scripts/bench.sh [AREA...] [--rows EXPRESSION] [--turns N] [--write]
+#   scripts/bench.sh [AREA...] [--rows EXPRESSION] [--turns N] [--processes N] [--write]
 # AREA is symbol, trace, locks, tasks, time, messages, localizer, paths, lines, buffers, binary, sections, zip, queries, memory
 # or catalogue; all of them when none is given. --write puts the tables into docs/performance.md too. Peers that this machine
 # does not have and cannot install are left out.
