@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
 """Runs the benchmark programs row by row and prints how the library stands beside its peers.
 
-The contenders of a row run in one process of their own, in turns, and so in several processes, since where things lie
-in memory differs from process to process; every figure is the median of all turns. Rows of another figure than a time
-run once, each contender in a process of its own.
+The contenders of a row run in one process of their own, in turns; --processes shares the turns among several, since
+where things lie in memory differs from process to process. Every figure is the median of all turns. Rows of another
+figure than a time run once, each contender in a process of its own.
 """
 import argparse
 import dataclasses
